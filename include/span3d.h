@@ -118,8 +118,8 @@ struct Node {
 #define SPAN3D_STAGE_MASK       0x7800000u
 #define SPAN3D_STAGE_DIFFUSE    0x800000u   /**< diffuse texture */
 #define SPAN3D_STAGE_OPACITY    0x1000000u  /**< opacity texture (texel 0x8000 is the key) */
-#define SPAN3D_STAGE_THIRD      0x2000000u
-#define SPAN3D_STAGE_FOURTH     0x4000000u
+#define SPAN3D_STAGE_THIRD      0x2000000u  /**< third texture stage */
+#define SPAN3D_STAGE_FOURTH     0x4000000u  /**< fourth texture stage */
 
 /** Outcode bits of a vertex, relative to the view volume. */
 #define SPAN3D_OUT_NEAR   0x10u
@@ -165,13 +165,14 @@ struct MeshPolygon {
 struct DrawItem {
     float        SortKey;  /**< sum (not average) of the corners' view z; larger is further */
     struct Mesh* Mesh;     /**< owner of Polygon */
-    MeshPolygon* Polygon;
+    MeshPolygon* Polygon;  /**< the polygon to draw, inside Mesh's Polygons */
     uint32_t     Flags;    /**< effective flags of the polygon this frame */
 };
 
-/** A sort block is one allocation of N slots: N uint32_t sort indices, then
- *  directly after them N DrawItem records. Its owner (a Mesh or a Scene)
- *  keeps both pointers. */
+/* A sort block is one allocation of N slots: N uint32_t sort indices, then
+ * after them N DrawItem records, starting at the next 8-byte boundary so that
+ * their pointers are naturally aligned (no gap when N is even). Its owner (a
+ * Mesh or a Scene) keeps both pointers. */
 
 /** Where one texture stage of a material reads its texels. */
 struct TextureSlot {
@@ -181,8 +182,8 @@ struct TextureSlot {
     int32_t  Width;         /**< texels */
     int32_t  Height;        /**< texels */
     int32_t  ShiftOrPitch;  /**< log2(Width) when bit 30 of Mode is set, else the pitch in texels */
-    struct Texture* Texture;       /**< borrowed */
-    uint32_t Reserved;
+    struct Texture* Texture; /**< borrowed */
+    uint32_t Reserved;      /**< reserved, kept as the host gave it */
 };
 
 /** A material: colours, alpha and texture stages. Hosts hand whole records to
@@ -200,9 +201,9 @@ struct Material {
     float       EmissiveColour[4]; /**< r, g, b, a on 0..255; added to the lit colour */
     uint16_t    AlphaLevel;        /**< 0..255, for AlphaMode 2 */
     uint16_t    AlphaMode;         /**< 0 opaque, 1 additive, 2 blend by AlphaLevel, 3 subtractive */
-    Material*   ScenePrev;         /**< scene list links */
-    Material*   SceneNext;
-    uint32_t    Reserved;
+    Material*   ScenePrev;         /**< previous material in the scene's list, or null */
+    Material*   SceneNext;         /**< next material in the scene's list, or null */
+    uint32_t    Reserved;          /**< reserved; part of the record a host hands in */
     TextureSlot Slot[3];           /**< texture stages 0..2; stage 3 overlaps the fields below */
     uint16_t    ColorOp;           /**< where the fourth slot's Mode begins */
     char        Name[30];          /**< NUL-ended; begins inside the fourth slot's Mode */
@@ -213,20 +214,18 @@ struct Material {
 /** A host image, or CreateCheckerTexture's. The engine reads only the named
  *  fields; the reserved words are the host's. */
 struct Texture {
-    uint32_t Reserved0[7];
-    Pixel15* Pixels;        /**< first texel */
-    uint32_t Reserved1[2];
-    int32_t  ImageWidth;    /**< written by CreateCheckerTexture, not read by the engine */
-    int32_t  ImageHeight;
+    uint32_t Reserved0[7];  /**< the host's */
+    Pixel15* Pixels;        /**< first texel (row 0, column 0) */
+    uint32_t Reserved1[2];  /**< the host's */
+    int32_t  ImageWidth;    /**< texels; written by CreateCheckerTexture, not read by the engine */
+    int32_t  ImageHeight;   /**< texels; written by CreateCheckerTexture, not read by the engine */
     int32_t  PitchBytes;    /**< bytes per row */
-    uint32_t Reserved2[4];
+    uint32_t Reserved2[4];  /**< the host's */
     int32_t  LiveOffset;    /**< byte offset added to Pixels for a live slot */
-    int32_t  Width;         /**< the sizes the engine reads */
-    int32_t  Height;
-    uint32_t Reserved3[4];
+    int32_t  Width;         /**< texels per row that the engine reads */
+    int32_t  Height;        /**< rows that the engine reads */
+    uint32_t Reserved3[4];  /**< the host's */
 };
-
-/** The default material every mesh embeds, and the record CreateMaterial copies. */
 
 /** A mesh: vertices, triangles, transforms and render state. */
 struct Mesh {
@@ -234,33 +233,33 @@ struct Mesh {
     int32_t      Form;              /**< 0 not drawable yet, 1 ordinary, 2 draws nothing, 3 billboard */
     uint32_t     RenderFlags;       /**< RenderFlags layout; 0x7f00027 when new */
     uint32_t     BillboardMode;     /**< low 5 bits: 1, 4, 8 or 16 pick a billboard transform */
-    int32_t      VertexCount;
+    int32_t      VertexCount;       /**< vertices in Vertices */
     int32_t      VertexNormalCount; /**< entries in VertexNormals */
-    int32_t      PolygonCount;
+    int32_t      PolygonCount;      /**< polygons in Polygons */
     int32_t      SortCapacity;      /**< own polygons plus those of all mesh descendants */
     int32_t      DrawItemCount;     /**< items the last DrawMesh emitted */
-    MeshVertex*  Vertices;
-    Vector3*     VertexNormals;     /**< by NormalIndex; null until normals are computed */
-    MeshPolygon* Polygons;
+    MeshVertex*  Vertices;          /**< VertexCount vertices; owned */
+    Vector3*     VertexNormals;     /**< by NormalIndex, a block of its own; null until normals are computed */
+    MeshPolygon* Polygons;          /**< PolygonCount triangles; owned */
     uint32_t*    VertexDoneBits;    /**< bit (i & 31) of word (i >> 5): vertex i transformed this frame */
     uint32_t*    SortIndices;       /**< start of the mesh's sort block, or null while a scene or a
                                          parent mesh holds its slots */
     DrawItem*    DrawItems;         /**< SortCapacity items in the sort block; non-null marks a fixed mesh */
-    struct Skeleton* Skeleton;          /**< borrowed, or null */
-    uint32_t*    VertexInfluences;  /**< four words per vertex while a skeleton is assigned */
+    struct Skeleton* Skeleton;      /**< borrowed, or null */
+    uint32_t*    VertexInfluences;  /**< four words per vertex while a skeleton is assigned, else null */
     Vector3      Pivot;             /**< subtracted from light and camera positions in model space */
-    Matrix34     ModelMatrix;       /**< orientation and position the host sets */
-    Matrix34     AnimMatrix;        /**< second transform, identity */
+    Matrix34     ModelMatrix;       /**< orientation and position the host sets; identity when new */
+    Matrix34     AnimMatrix;        /**< second transform; identity, no export writes it */
     Matrix34     WorldMatrix;       /**< per frame */
     Matrix34     ViewMatrix;        /**< per frame: WorldMatrix in camera space */
     Mesh*        BoundsMesh;        /**< owned 8-vertex, 12-polygon box from CreateAABB */
     Light**      LightList;         /**< 64 slots filled from the front, ended by the first null */
     Material     DefaultMaterial;   /**< embedded, whole */
-    Mesh*        ScenePrev;         /**< scene list links */
-    Mesh*        SceneNext;
+    Mesh*        ScenePrev;         /**< previous mesh in the scene's list, or null */
+    Mesh*        SceneNext;         /**< next mesh in the scene's list, or null */
     char         Name[32];          /**< NUL-ended */
-    struct Viewport* Viewport;          /**< borrowed, for DrawMesh */
-    struct Scene* Scene;             /**< the scene that holds it, or null */
+    struct Viewport* Viewport;      /**< borrowed, for DrawMesh */
+    struct Scene* Scene;            /**< the scene that holds it, or null */
     uint32_t     TvObject;          /**< host's word; non-zero keeps the scene from freeing the mesh */
 };
 
@@ -278,18 +277,18 @@ struct Camera {
     float     Roll;           /**< degrees about the view axis */
     float     Fov;            /**< degrees */
     float     Focale;         /**< focal length in pixels, per frame */
-    float     Near;
-    float     Far;
-    Matrix34  ViewMatrix;     /**< world to camera, per frame */
-    Camera*   ScenePrev;
-    Camera*   SceneNext;
-    char      Name[32];
+    float     Near;           /**< near clip distance, view units */
+    float     Far;            /**< far clip distance, view units */
+    Matrix34  ViewMatrix;     /**< world to camera, per frame; its t column is WorldPosition */
+    Camera*   ScenePrev;      /**< previous camera in the scene's list, or null */
+    Camera*   SceneNext;      /**< next camera in the scene's list, or null */
+    char      Name[32];       /**< NUL-ended */
     uint32_t  KeepWord;       /**< non-zero spares the camera in DeleteScene; no setter */
 };
 
 /** ViewportWord bits. */
 #define SPAN3D_VIEWPORT_TYPE_MASK  0x3u        /**< host's type value 1, 2 or 3 */
-#define SPAN3D_VIEWPORT_CREATED    0x4u
+#define SPAN3D_VIEWPORT_CREATED    0x4u        /**< set at creation, no other use */
 #define SPAN3D_VIEWPORT_DEPTH      0x8u        /**< a depth buffer exists: depth-tested drawing */
 #define SPAN3D_VIEWPORT_DEPTH_ALT  0x10u       /**< set and cleared with SPAN3D_VIEWPORT_DEPTH */
 #define SPAN3D_VIEWPORT_OWNS_PIXELS 0x40u      /**< the viewport frees Pixels */
@@ -304,16 +303,16 @@ struct Viewport {
     float     CentreX;       /**< Width * 0.5 */
     float     CentreY;       /**< Height * 0.5 */
     float     ScissorMinX;   /**< clip rectangle: first column */
-    float     ScissorMaxX;   /**< end column */
-    float     ScissorMinY;   /**< first row */
-    float     ScissorMaxY;   /**< end row */
+    float     ScissorMaxX;   /**< clip rectangle: end column (exclusive) */
+    float     ScissorMinY;   /**< clip rectangle: first row */
+    float     ScissorMaxY;   /**< clip rectangle: end row (exclusive) */
     float     ScaleY;        /**< always -1.0: the sign of projected y */
     float     AspectTerm;    /**< -(Height * 4) / (Width * 3); -1.0 exactly at 4:3 */
-    Pixel15*  Pixels;        /**< first pixel of the colour buffer */
-    int32_t*  DepthBuffer;   /**< round(2^30 / z) per pixel, larger is nearer; null when none */
-    Material* PostMaterial;  /**< borrowed, for DrawViewportPostFX */
+    Pixel15*  Pixels;        /**< first pixel; owned only with SPAN3D_VIEWPORT_OWNS_PIXELS, else the Texture's */
+    int32_t*  DepthBuffer;   /**< owned; round(2^30 / z) per pixel, larger is nearer; null when none */
+    Material* PostMaterial;  /**< borrowed, for DrawViewportPostFX; null when new */
     int32_t   PixelPitch;    /**< entries per row, for pixels and depth alike */
-    struct Camera* Camera;        /**< borrowed */
+    struct Camera* Camera;   /**< borrowed; null when new */
 };
 
 /** A triangle function: draws one polygon whose corners are RasterVertex
@@ -344,9 +343,242 @@ SPAN3D_API void RemoveVertexInfluence(Mesh* mesh, int32_t vertex);
 /** Accepted for compatibility; ignores its arguments and does nothing. */
 SPAN3D_API void UpdateMeshPolygonsNormal(Mesh* mesh);
 
+/* ======================================================================
+ * Materials
+ *
+ * Colours are floats on 0..255. A material's first word uses the
+ * RenderFlags layout and is ANDed with the mesh's and the polygon's words.
+ * Polygons borrow materials: deleting one tells no polygon.
+ * ====================================================================== */
+
+/** Allocates a copy of @p templ (owned by the caller, DeleteMaterial frees it); the next default name "MaterialNN" goes into the template, not the copy, even when allocation fails. Null on failure. */
+SPAN3D_API Material* CreateMaterial(Material* templ);
+/** Frees a material from CreateMaterial; null is accepted. Polygons that still point to it are not told. */
+SPAN3D_API void DeleteMaterial(Material* material);
+/** Sets side @p side (0 front, 1 back, 2 both) of every polygon to @p material (null: the mesh's DefaultMaterial); @p recurse 1 repeats on mesh children. 0 for a bad side, else 1. */
+SPAN3D_API int32_t SetMaterial(Mesh* mesh, Material* material, int32_t side, int32_t recurse);
+/** Material of polygon 0: side 0 or 2 front, 1 back; null for another side (borrowed). */
+SPAN3D_API Material* GetMaterial(Mesh* mesh, int32_t side);
+/** First material named @p name among the polygons' front then back materials, in polygon order, or null (borrowed). */
+SPAN3D_API Material* GetMaterialByName(Mesh* mesh, const char* name);
+/** Sets side @p side of polygon @p polygon (and of the next one when @p pair is non-zero); null means DefaultMaterial. 1 also for an index out of range (nothing done), 0 for a bad side. */
+SPAN3D_API int32_t SetFaceMaterial(Mesh* mesh, int32_t polygon, Material* material, int32_t pair, int32_t side);
+/** Material of one polygon's side (0 or 2 front, 1 back), or null for a bad index or side (borrowed). */
+SPAN3D_API Material* GetFaceMaterial(Mesh* mesh, int32_t polygon, int32_t side);
+/** Every polygon side of @p mesh (not its children) that uses @p material goes back to the mesh's DefaultMaterial. */
+SPAN3D_API void RemoveMaterialFromMesh(Material* material, Mesh* mesh);
+/** Sets colour @p which (0 ambient, 1 diffuse, 2 emissive) to r, g, b clamped to 0..255 and alpha 255; another which does nothing. */
+SPAN3D_API void SetMaterialColor(Material* material, int32_t which, float red, float green, float blue);
+/** Pointer to the four floats (r, g, b, a on 0..255) of colour @p which, inside the material; another which gives the material's own address. */
+SPAN3D_API float* GetMaterialColor(Material* material, int32_t which);
+/** Stores @p op in ColorOp and sets (enable non-zero) or clears the ColorOp bit 0x100; returns the material. */
+SPAN3D_API Material* SetMaterialColorOp(Material* material, uint16_t op, int32_t enable);
+/** Stores the alpha level clamped to 0..255 and returns the stored value. */
+SPAN3D_API int32_t SetMaterialAlphaLevel(Material* material, int32_t level);
+/** Alpha level, 0..255. */
+SPAN3D_API uint16_t GetMaterialAlphaLevel(Material* material);
+/** Stores the alpha mode (0 opaque, 1 additive, 2 blend, 3 subtractive); above 3 stores 0. */
+SPAN3D_API void SetMaterialAlphaMode(Material* material, uint32_t mode);
+/** Alpha mode, 0..3. */
+SPAN3D_API uint16_t GetMaterialAlphaMode(Material* material);
+/** BlendBit follows bit 0x40 of @p mode; the render mode bits 0x700000 are replaced only when @p mode has one of them. */
+SPAN3D_API void SetMaterialRenderMode(Material* material, int32_t mode);
+/** The material's render mode and BlendBit: its first word AND 0x700040. */
+SPAN3D_API uint32_t GetMaterialRenderMode(Material* material);
+/** Replaces the shade bits (1 none, 3 flat, 7 Gouraud) when @p mode has any bit of 7; 0 does nothing. */
+SPAN3D_API void SetMaterialShadeMode(Material* material, int32_t mode);
+/** Shade bits: first word AND 7. */
+SPAN3D_API uint32_t GetMaterialShadeMode(Material* material);
+/** Replaces the cull bits (0x08 both, 0x10 back only, 0x20 front only) when @p mode has any bit of 0x38. */
+SPAN3D_API void SetMaterialCullMode(Material* material, int32_t mode);
+/** Cull bits: first word AND 0x38. */
+SPAN3D_API uint32_t GetMaterialCullMode(Material* material);
+/** Copies @p name into Name with no bound (30 bytes fit); returns the end of the copy, null if either pointer is null. */
+SPAN3D_API char* SetMaterialName(Material* material, const char* name);
+/** Fills slot 0..3 from @p texture (borrowed; null clears the slot) with mode bits @p mode & 7, and sets or clears the slot's stage bit. Slot 3 overwrites ColorOp and Name. Returns the slot, or null for a slot above 3. */
+SPAN3D_API TextureSlot* SetMaterialTexture(Material* material, uint32_t slot, Texture* texture, int32_t mode);
+/** Pointer to slot 0..3 inside the material, or null above 3. */
+SPAN3D_API TextureSlot* GetMaterialTexture(Material* material, uint32_t slot);
+/** Sets the texture mode bits 4-5 of a slot to 16 or 32; other modes and slots above 3 do nothing. */
+SPAN3D_API void SetMaterialTextureMode(Material* material, uint32_t slot, int32_t mode);
+/** A slot's texture mode bits (Mode AND 0x30), 0 for a slot above 3. */
+SPAN3D_API uint32_t GetMaterialTextureMode(Material* material, uint32_t slot);
+/** With exactly one stage on, clears that stage's slot and bit when @p texture is slot 0's texture; otherwise does nothing. */
+SPAN3D_API void RemoveTextureFromMaterial(Texture* texture, Material* material);
+
+/* ======================================================================
+ * Cameras
+ *
+ * Distances in model units, angles in degrees. Camera shares its head,
+ * up to Target, with Light.
+ * ====================================================================== */
+
+/** Allocates a camera (owned by the caller; DeleteCamera frees it) at @p position aiming at @p target, with roll and fov in degrees and the near distance as given (no checks), far 1e8 and the next default name "CameraNN". Null on failure. */
+SPAN3D_API Camera* CreateCamera(Vector3* position, Vector3* target, float roll, float fov, float nearDistance);
+/** Frees a camera. It must have been taken out of every scene first. */
+SPAN3D_API void DeleteCamera(Camera* camera);
+/** Copies @p name into Name with no bound (32 bytes fit); returns the end of the copy, null if either pointer is null. */
+SPAN3D_API char* SetCameraName(Camera* camera, const char* name);
+/** Sets Position (@p which 0) or Target (any other which), model units; returns the camera. */
+SPAN3D_API Camera* SetCameraPosition(Camera* camera, Vector3* value, int32_t which);
+/** Position (@p which 0) or Target (any other which) as the host set it, model units. */
+SPAN3D_API Vector3 GetCameraPosition(Camera* camera, int32_t which);
+/** Sets the roll about the view axis in degrees, unchecked; returns the camera. */
+SPAN3D_API Camera* SetCameraRoll(Camera* camera, float roll);
+/** Roll, degrees. */
+SPAN3D_API float GetCameraRoll(Camera* camera);
+/** Sets the field of view in degrees; 0 or less, or above 180, gives 60. */
+SPAN3D_API void SetCameraFov(Camera* camera, float fov);
+/** Field of view, degrees. */
+SPAN3D_API float GetCameraFov(Camera* camera);
+/** Sets the near distance if it is at least 10 and not above Far; else ignored. */
+SPAN3D_API void SetCameraNear(Camera* camera, float nearDistance);
+/** Near distance, model units. */
+SPAN3D_API float GetCameraNear(Camera* camera);
+/** Sets the far distance unless it is below Near; returns the camera. */
+SPAN3D_API Camera* SetCameraFar(Camera* camera, float farDistance);
+/** Far distance, model units. */
+SPAN3D_API float GetCameraFar(Camera* camera);
+/** Computes Focale, in pixels, for @p viewport: CentreX / tan(Fov / 2), the horizontal angle on an exact 4:3 viewport, scaled by height / width (the vertical angle) on any other shape. */
+SPAN3D_API void AdjustCameraFocale(Viewport* viewport, Camera* camera);
+
+/* ======================================================================
+ * Meshes
+ *
+ * A growable mesh (CreateMesh(0, 0, c)) takes vertices and triangles one
+ * at a time and becomes drawable through ValidateMesh. A fixed mesh (both
+ * counts positive) holds its arrays in its own block and is filled by
+ * index. Coordinates are model units; colours 0xRRGGBB.
+ * ====================================================================== */
+
+/** Allocates a mesh (owned by the caller; DeleteMesh frees it): growable for two counts of 0, fixed for two positive counts, null otherwise or when memory runs out. @p colour (0xRRGGBB) becomes the DefaultMaterial's diffuse colour. */
+SPAN3D_API Mesh* CreateMesh(int32_t vertexCount, int32_t polygonCount, uint32_t colour);
+/** Makes a mesh drawable: normals, bounds box, active bit, Form 1. Returns the mesh to use from now on (a new one for a growable mesh, whose old pointer is then invalid), or null: a degenerate polygon leaves the old mesh valid; an empty growable mesh or lack of memory deletes it. */
+SPAN3D_API Mesh* ValidateMesh(Mesh* mesh);
+/** Frees a mesh with its bounds box, normals and sort block (not the separate arrays of a growable mesh never validated, nor VertexInfluences), whatever its TvObject. */
+SPAN3D_API void DeleteMesh(Mesh* mesh);
+/** Appends a vertex to a growable mesh: 1, or 0 for a fixed mesh (or no memory). */
+SPAN3D_API int32_t AddMeshVertex(Mesh* mesh, float x, float y, float z);
+/** Sets the model position of vertex @p index: 1, or 0 for a negative index or one above VertexCount. An index equal to VertexCount passes and writes behind the last vertex: do not use it. */
+SPAN3D_API int32_t SetMeshVertex(Mesh* mesh, int32_t index, float x, float y, float z);
+/** Appends a triangle slot to a growable mesh and fills it as SetMeshTriPolygon (a refused triangle leaves its zeroed slot); 0 for a fixed mesh. */
+SPAN3D_API int32_t AddMeshTriPolygon(Mesh* mesh, int32_t a, int32_t b, int32_t c, uint32_t colour, int32_t group);
+/** Fills triangle @p index with corners stored as c, b, a, the DefaultMaterial on both sides, all edges on, smoothing group @p group (0..31; 32 and above dropped). @p colour is ignored. 1, or 0 for a bad index or corners. */
+SPAN3D_API int32_t SetMeshTriPolygon(Mesh* mesh, int32_t index, int32_t a, int32_t b, int32_t c, uint32_t colour, int32_t group);
+/** Fills slots @p index and @p index + 1 with the quad a, b, c, d split along b-d: corners (d, b, a) and (d, c, b), the diagonal's edge off in both. 1, or 0 for bad slots or corners. */
+SPAN3D_API int32_t SetMeshQuadPolygon(Mesh* mesh, int32_t index, int32_t a, int32_t b, int32_t c, int32_t d, uint32_t colour, int32_t group);
+/** Sets the texture coordinates of triangle @p index for its corners a, b, c as given to SetMeshTriPolygon, and lets all stages through. An index equal to PolygonCount passes and writes behind the last polygon: do not use it. */
+SPAN3D_API void SetMeshTriTexCoords(Mesh* mesh, int32_t index, float ua, float va, float ub, float vb, float uc, float vc);
+/** Sets the texture coordinates of the quad in slots @p index and @p index + 1 for its corners a, b, c, d, and lets all stages through. */
+SPAN3D_API void SetMeshQuadTexCoords(Mesh* mesh, int32_t index, float ua, float va, float ub, float vb, float uc, float vc, float ud, float vd);
+/** Textures the mesh's DefaultMaterial from @p texture (borrowed): slot 1 (opacity) for a non-zero @p which, else slot 0 (diffuse), as the only stage; live mode 2, always pitch addressing. Returns the slot written. */
+SPAN3D_API TextureSlot* SetTexture(Mesh* mesh, Texture* texture, uint32_t which);
+/** Builds the axis-aligned box of @p mesh's model vertices as a new wire mesh of 8 vertices and 12 polygons (RenderFlags 0x300021), to be owned by the mesh as its BoundsMesh. Null when memory runs out. */
+SPAN3D_API Mesh* CreateAABB(Mesh* mesh);
+
+/* ======================================================================
+ * Viewports
+ * ====================================================================== */
+
+/** Creates a drawing target, disabled and without camera; null on failure. ownPixels 1: owns a new
+ *  width*height*8-byte buffer, logical size 2*width x 2*height, pitch and scissor width x height,
+ *  target ignored. Otherwise: views target's pixels (borrowed, pitch PitchBytes/2) at width x height;
+ *  a null target gives null. depthState 1 also makes a depth buffer (a failure there is not reported). */
+SPAN3D_API Viewport* CreateViewport(Texture* target, int32_t width, int32_t height, int32_t depthState,
+                                   int32_t ownPixels);
+
+/** Frees the viewport, its depth buffer and, if it owns them, its pixels (a texture's are left).
+ *  Meshes and scenes that point at it are not told. Null is ignored. */
+SPAN3D_API void DeleteViewport(Viewport* viewport);
+
+/** Sets the host's type (1..3, low two bits) and or's every other bit of type into ViewportWord;
+ *  pass bit 31 to enable drawing. A type with low bits 0 changes nothing. */
+SPAN3D_API void SetViewportType(Viewport* viewport, uint32_t type);
+
+/** The host's type: ViewportWord & 3 (0 before SetViewportType; 0 for null). */
+SPAN3D_API uint32_t GetViewportType(const Viewport* viewport);
+
+/** Stores the camera that DrawMesh uses (borrowed; null allowed). */
+SPAN3D_API void SetViewportCamera(Viewport* viewport, Camera* camera);
+
+/** The viewport's borrowed camera, or null. */
+SPAN3D_API Camera* GetViewportCamera(const Viewport* viewport);
+
+/** Stores the material that DrawViewportPostFX paints (borrowed; null turns the effect off). */
+SPAN3D_API void SetViewportMaterial(Viewport* viewport, Material* material);
+
+/** Sets the clip rectangle in pixels (max exclusive). maxX above Width or maxY above Height changes
+ *  nothing; negatives become 0, a min above the size becomes the size; min > max is kept. */
+SPAN3D_API void SetViewportScissor(Viewport* viewport, float minX, float maxX, float minY, float maxY);
+
+/** Copies minX, maxX, minY, maxY of the scissor into rect[0..3]; returns rect. */
+SPAN3D_API float* GetViewportScissor(const Viewport* viewport, float* rect);
+
+/** state 1: makes the depth buffer (Width*Height words, owned, scissored rows cleared to 0) unless
+ *  one exists; returns 1, or 0 if it cannot be allocated. Other states free it and return 0. */
+SPAN3D_API int32_t SetViewportDepthState(Viewport* viewport, int32_t state);
+
+/** Fills the scissored rows of the depth buffer with value, rows Width words long (not the pitch);
+ *  call before each depth-tested frame. Without a depth buffer it does nothing. */
+SPAN3D_API void ClearViewportDepthBuffer(Viewport* viewport, uint32_t value);
+
 /* @@EXPORTS-OBJECTS@@ */
 
-/* @@EXPORTS-RASTER@@ */
+/* ======================================================================
+ * Radix sort
+ *
+ * One least-significant-byte radix sort over an index array; the keyed items
+ * never move. Entry 0 of the index array ends up naming the smallest key, and
+ * equal keys keep the order they had in the array given. The scratch buffer
+ * and tables are module-wide: one sort at a time, one thread.
+ * ====================================================================== */
+
+/** Frees the sort's scratch buffer, if any, and forgets its size; InitEngine3D calls it. */
+SPAN3D_API void InitRadixSort(void);
+
+/** Frees the sort's scratch buffer, if any, and forgets its size; ReleaseEngine3D calls it. */
+SPAN3D_API void ReleaseRadixSort(void);
+
+/** Grows the scratch to @p count entries and fills @p indices with 0..count-1; returns count, 0 when count is 0. */
+SPAN3D_API uint32_t ResetRadixSort(uint32_t count, uint32_t* indices);
+
+/** Refines @p indices into ascending order of @p count 4-byte values at @p values; isSigned 1 only for data with no negatives. */
+SPAN3D_API void RadixLongSorter(uint32_t count, const uint8_t* values, uint32_t* indices, uint32_t isSigned);
+
+/** Refines @p indices into ascending numeric order of @p count floats, -0.0 just below +0.0. */
+SPAN3D_API void RadixFloatSorter(uint32_t count, const float* values, uint32_t* indices);
+
+/* ======================================================================
+ * Normals
+ * ====================================================================== */
+
+/** Computes Normal and PlaneD of every polygon of @p mesh from its vertices' model positions. */
+SPAN3D_API void CalcMeshPolygonsNormal(Mesh* mesh);
+
+/** Computes Normal and PlaneD of one @p polygon of @p mesh; a degenerate triangle gets a non-finite normal. */
+SPAN3D_API void CalcMeshPolygonNormal(Mesh* mesh, MeshPolygon* polygon);
+
+/** Rebuilds VertexNormals, VertexNormalCount and every NormalIndex, sharing normals within smoothing groups; needs the polygon normals. */
+SPAN3D_API void CalcMeshVerticesNormal(Mesh* mesh);
+
+/* @@EXPORTS-PIPELINE@@ */
+
+/* ======================================================================
+ * Rasterizers
+ *
+ * Triangle functions draw one screen-space triangle into the target that the
+ * frame driver set: vertices are RasterVertex records indexed by the
+ * polygon's Corner words, already inside the target (no clipping here).
+ * Polygon Flags bit 7 picks the back material and the corner order; corners
+ * in that order must run clockwise on the screen (y down), else nothing is
+ * drawn. The material's AlphaMode picks opaque, additive, blend or
+ * subtractive pixels.
+ * ====================================================================== */
+
+/** Fills a triangle with the Pixel15 in the low half of CornerColour[0]; no depth test. */
+SPAN3D_API void FlatSolidTriangle(MeshPolygon* polygon, RasterVertex* vertices);
+/** As FlatSolidTriangle, but only where 1/z beats the depth buffer; opaque fills also write depth. */
+SPAN3D_API void FlatSolidTriangleZ(MeshPolygon* polygon, RasterVertex* vertices);
 
 #ifdef __cplusplus
 }

@@ -10,6 +10,12 @@
 
 #include <stdint.h>
 
+#if defined(__x86_64__)
+#include <emmintrin.h>
+#else
+#include <math.h>
+#endif
+
 #include "span3d.h"
 
 namespace span3d {
@@ -42,6 +48,10 @@ void MakeDefaultName(char* dest, NameFamily family);
 // Current counter of a family (tests and generators that must not consume a
 // number on failure read it).
 int32_t NameCounter(NameFamily family);
+
+// The one empty body behind RemoveVertexInfluence, UpdateMeshPolygonsNormal
+// and the rasterizer table's do-nothing entry: a single address for all three.
+void NoOpRasterizer(MeshPolygon* polygon, RasterVertex* vertices);
 
 // ---------------------------------------------------------------- vectors
 double VectorLength(const Vector3* v);
@@ -89,9 +99,32 @@ double ScalarAbs(float x);
 
 // ---------------------------------------------------------------- conversions
 // Round to nearest, ties to even, in one instruction (cvtsd2si); cheap enough
-// to call per colour channel. Callers mostly use the low 32 bits.
-int64_t FloatToInt(double x);
-int32_t RoundToInt(float x);
+// to call per colour channel. Callers mostly use the low 32 bits. Rounds by
+// the SSE unit's mode, which the engine never changes (nearest). A NaN or a
+// value beyond the 64-bit range gives INT64_MIN, the processor's "integer
+// indefinite".
+inline int64_t FloatToInt(double x)
+{
+#if defined(__x86_64__)
+    return _mm_cvtsd_si64(_mm_set_sd(x));
+#else
+    return llrint(x);
+#endif
+}
+
+// Float to 32 bits, round to nearest, ties to even (cvtss2si); INT32_MIN for a
+// NaN or a value out of range.
+inline int32_t RoundToInt(float x)
+{
+#if defined(__x86_64__)
+    return _mm_cvtss_si32(_mm_set_ss(x));
+#else
+    return static_cast<int32_t>(lrintf(x));
+#endif
+}
+
+// Toward minus infinity and toward plus infinity (for negatives as well:
+// CeilToInt(-1.5f) is -1). INT32_MIN for a NaN or a value out of range.
 int32_t FloorToInt(float x);
 int32_t CeilToInt(float x);
 
