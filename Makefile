@@ -4,12 +4,16 @@
 JOBS      ?= $(shell nproc 2>/dev/null || echo 2)
 BUILD     ?= build
 CMAKE_GEN := $(shell command -v ninja >/dev/null 2>&1 && echo "-G Ninja")
+CTEST     := ctest --output-on-failure --no-tests=error -j $(JOBS)
 
 RELEASE   := $(BUILD)/release
 SANITIZE  := $(BUILD)/sanitize
 DEBUG     := $(BUILD)/debug
 
-.PHONY: all deps configure build test test-release test-sanitize demo bench viewer install clean
+# Each step already builds in parallel; the steps themselves run in order.
+.NOTPARALLEL:
+
+.PHONY: all deps configure build test test-release test-sanitize debug demo bench install clean
 
 all: build
 
@@ -23,7 +27,9 @@ $(RELEASE)/CMakeCache.txt: | deps
 
 # Sanitizer build: clang at -O0 with AddressSanitizer and UBSan, so that every
 # run exercises both compilers and both ends of the optimisation range; the
-# golden images must match in both.
+# golden images must match in both. The sanitizer run-time options (every
+# finding fatal, leak detection where LeakSanitizer can run) are compiled into
+# the test executables: see cmake/SanitizerDefaults.cmake.
 $(SANITIZE)/CMakeCache.txt: | deps
 	cmake -S . -B $(SANITIZE) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug \
 	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DSPAN3D_SANITIZE=ON
@@ -37,14 +43,13 @@ build: $(RELEASE)/CMakeCache.txt
 	cmake --build $(RELEASE) -j $(JOBS)
 
 test-release: build
-	cd $(RELEASE) && ctest --output-on-failure -j $(JOBS)
+	cd $(RELEASE) && $(CTEST)
 
 test-sanitize: $(SANITIZE)/CMakeCache.txt
 	cmake --build $(SANITIZE) -j $(JOBS)
-	cd $(SANITIZE) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
-	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-	  ctest --output-on-failure -j $(JOBS)
+	cd $(SANITIZE) && $(CTEST)
 
+# deps, release build and suite, sanitizer build and suite.
 test: test-release test-sanitize
 
 debug: $(DEBUG)/CMakeCache.txt

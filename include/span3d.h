@@ -286,6 +286,81 @@ struct Camera {
     uint32_t  KeepWord;       /**< non-zero spares the camera in DeleteScene; no setter */
 };
 
+/** Light State bits. The low five bits pick the lighting evaluator. */
+#define SPAN3D_LIGHT_ATTENUATE   0x1u         /**< attenuation by distance on */
+#define SPAN3D_LIGHT_OMNI        0x2u         /**< set by CreateOmniLight */
+#define SPAN3D_LIGHT_DIRECT      0x4u         /**< set by CreateDirectLight */
+#define SPAN3D_LIGHT_FACING      0x10u        /**< direct light: only polygons with the light in front */
+#define SPAN3D_LIGHT_ON          0x80000000u  /**< the light shines; clear, it is skipped */
+
+/** A light, omni or direct. Its head, up to Target, is the Camera's. */
+struct Light {
+    Node      Head;            /**< Kind 16 */
+    Node      TargetNode;      /**< Kind 32 for a direct light; all zero (not a node) for an omni light */
+    uint32_t  State;           /**< SPAN3D_LIGHT_* bits; other bits as the host gave them */
+    Vector3   Position;        /**< as the host set it, model units */
+    Vector3   WorldPosition;   /**< after the hierarchy, per frame */
+    Vector3   Target;          /**< aim point of a direct light, model units */
+    Vector3   WorldTarget;     /**< per frame */
+    Vector3   LocalPosition;   /**< in the model space of the mesh being lit, per mesh */
+    Vector3   LocalDirection;  /**< in the model space of the mesh being lit, per mesh */
+    float     Colour[4];       /**< red, green, blue, alpha on 0..1 */
+    float     Intensity;       /**< scale of the light's contribution */
+    float     NearAttenuation; /**< distance where attenuation begins, model units */
+    float     FarAttenuation;  /**< distance where the light has faded out, model units */
+    Light*    ScenePrev;       /**< previous light in the scene's list, or null */
+    Light*    SceneNext;       /**< next light in the scene's list, or null */
+    char      Name[32];        /**< NUL-ended */
+    uint32_t  KeepWord;        /**< non-zero spares the light in DeleteScene; no setter */
+};
+
+/** A skeleton: a bone store known by its root bone's name. Only the fields
+ *  that scenes read are listed here. */
+struct Skeleton {
+    char      (*BoneNames)[32]; /**< one 32-byte name per bone, index for index; null before the root */
+    Skeleton* ScenePrev;        /**< previous skeleton in the scene's list, or null */
+    Skeleton* SceneNext;        /**< next skeleton in the scene's list, or null */
+};
+
+/** Two floats of a scene's hook table; DefaultHook reads the second. */
+typedef struct SceneHookEntry {
+    float Values[2];
+} SceneHookEntry;
+
+/** The host's scene hook: receives a, index and a rounded table value. */
+typedef void (*SceneUserHook)(int32_t a, int32_t index, int32_t value);
+
+/** A scene's own hook routine, DefaultHook: (a, index, scene). */
+typedef void (*SceneHook)(int32_t a, int32_t index, Scene* scene);
+
+/** SceneWord bits. */
+#define SPAN3D_SCENE_READY 0x1u  /**< clear while the mesh list and sort block change; DrawScene waits */
+
+/** A scene: what DrawScene draws. Lists run in order of assignment through
+ *  the members' own ScenePrev and SceneNext, so an object stands in one list
+ *  of its type at most. */
+struct Scene {
+    uint32_t   SceneWord;      /**< SPAN3D_SCENE_READY; clear until the first mesh is assigned */
+    Mesh*      Meshes;         /**< head of the mesh list (tops of hierarchies only) */
+    Camera*    Cameras;        /**< head of the camera list */
+    Light*     Lights;         /**< head of the light list */
+    Material*  Materials;      /**< head of the material list */
+    Skeleton*  Skeletons;      /**< head of the skeleton list */
+    int32_t    VisibleMeshes;  /**< meshes drawn by the last DrawScene; 0 before the first */
+    int32_t    ActiveCamera;   /**< index into Cameras, -1 for none */
+    uint32_t*  SortIndices;    /**< owned sort block of TotalPolygons slots, or null */
+    DrawItem*  DrawItems;      /**< TotalPolygons items inside the sort block */
+    int32_t    DrawItemCount;  /**< items of the current frame */
+    int32_t    TotalVertices;  /**< sum of VertexCount over the listed meshes */
+    int32_t    TotalPolygons;  /**< sum of SortCapacity over the listed meshes: slots in the block */
+    struct Viewport* Viewport; /**< borrowed, or null */
+    Scene*     ListPrev;       /**< previous scene in the engine's scene list, or null */
+    Scene*     ListNext;       /**< next scene in the engine's scene list, or null */
+    SceneHook  DefaultHook;    /**< set by CreateScene; calls UserHook when both are set; the engine never calls it */
+    SceneUserHook UserHook;    /**< null when new; no export sets it */
+    SceneHookEntry* HookTable; /**< owned, null when new; freed by the scene deletes */
+};
+
 /** ViewportWord bits. */
 #define SPAN3D_VIEWPORT_TYPE_MASK  0x3u        /**< host's type value 1, 2 or 3 */
 #define SPAN3D_VIEWPORT_CREATED    0x4u        /**< set at creation, no other use */
@@ -515,12 +590,207 @@ SPAN3D_API void SetViewportScissor(Viewport* viewport, float minX, float maxX, f
 SPAN3D_API float* GetViewportScissor(const Viewport* viewport, float* rect);
 
 /** state 1: makes the depth buffer (Width*Height words, owned, scissored rows cleared to 0) unless
- *  one exists; returns 1, or 0 if it cannot be allocated. Other states free it and return 0. */
+ *  one exists; returns 1, or 0 if it cannot be allocated. Other states free it and return 0.
+ *  The rasterizers address depth rows with PixelPitch: depth-test only views whose texture pitch
+ *  equals their width (or own-buffer viewports), or the bottom rows run past the block. */
 SPAN3D_API int32_t SetViewportDepthState(Viewport* viewport, int32_t state);
 
 /** Fills the scissored rows of the depth buffer with value, rows Width words long (not the pitch);
  *  call before each depth-tested frame. Without a depth buffer it does nothing. */
 SPAN3D_API void ClearViewportDepthBuffer(Viewport* viewport, uint32_t value);
+
+/* ======================================================================
+ * Mesh attributes
+ *
+ * Plain accessors read or write one field of one mesh and check none of
+ * their arguments. The render-state setters (render, cull and shade mode,
+ * hide, show) act on the mesh and then on every node below it, passing
+ * through cameras, lights and targets to the meshes under them; a null
+ * mesh is ignored by them. "Mesh" there means Kind 1 or 2 (ShowMesh: 1).
+ * ====================================================================== */
+
+/** Render mode and stage bits of the mesh's word: RenderFlags AND 0x7f00000. */
+SPAN3D_API uint32_t GetMeshRenderMode(Mesh* mesh);
+/** Cull bits of the mesh's word (0x08 both, 0x10 back only, 0x20 front only): RenderFlags AND 0x38. */
+SPAN3D_API uint32_t GetMeshCullMode(Mesh* mesh);
+/** Shade bits of the mesh's word (1 none, 3 flat, 7 Gouraud): RenderFlags AND 7. */
+SPAN3D_API uint32_t GetMeshShadeMode(Mesh* mesh);
+/** 0x4000 if the mesh is hidden, else 0. */
+SPAN3D_API uint32_t IsHiddenMesh(Mesh* mesh);
+/** Sets the active bit 0x8000 so the mesh may be drawn and put in a scene (a generator's mesh needs it); returns the mesh. */
+SPAN3D_API Mesh* ActivateMesh(Mesh* mesh);
+/** Sets the smoothing group (0..31) of polygon @p polygon; an index out of range or another group does nothing. Normals are not rebuilt. */
+SPAN3D_API void SetMeshFaceSmoothG(Mesh* mesh, int32_t polygon, int32_t group);
+/** Smoothing group 0..31 of polygon @p polygon, or 0 for an index out of range. */
+SPAN3D_API int32_t GetMeshFaceSmoothG(Mesh* mesh, int32_t polygon);
+/** Sets the viewport DrawMesh draws this mesh into (borrowed; null allowed); children are not changed. */
+SPAN3D_API void SetMeshViewport(Mesh* mesh, Viewport* viewport);
+/** The mesh's borrowed viewport, or null. */
+SPAN3D_API Viewport* GetMeshViewport(Mesh* mesh);
+/** The mesh's 64-slot light list (ended by its first null), or null when it holds no light or the mesh is growable. */
+SPAN3D_API Light** GetMeshLightList(Mesh* mesh);
+/** Sets the rotation of ModelMatrix from Euler angles in degrees; the position stays. */
+SPAN3D_API void SetMeshModelOrientation(Mesh* mesh, float rx, float ry, float rz);
+/** Sets the position (translation column) of ModelMatrix, model units; the rotation stays. */
+SPAN3D_API void SetMeshModelPosition(Mesh* mesh, float x, float y, float z);
+/** Position of ModelMatrix, in one static block that the next call overwrites: copy it out. */
+SPAN3D_API Vector3* GetMeshModelPosition(Mesh* mesh);
+/** Sets the pivot, model units, subtracted from light and camera positions in model space. */
+SPAN3D_API void SetMeshPivot(Mesh* mesh, float x, float y, float z);
+/** Pointer to the mesh's Pivot field itself (writable). */
+SPAN3D_API Vector3* GetMeshPivot(Mesh* mesh);
+/** Stores the host's word; non-zero keeps a scene from freeing the mesh. */
+SPAN3D_API void SetMeshTvObject(Mesh* mesh, uint32_t value);
+/** The host's word. */
+SPAN3D_API uint32_t GetMeshTvObject(Mesh* mesh);
+/** Pointer to the mesh's embedded DefaultMaterial. */
+SPAN3D_API Material* GetMeshDefaultMaterial(Mesh* mesh);
+/** Copies @p name into Name with no bound (32 bytes fit); returns the end of the copy, null if either pointer is null. */
+SPAN3D_API char* SetMeshName(Mesh* mesh, const char* name);
+/** Replaces the low 5 bits of BillboardMode (1, 4, 8 or 16 pick a billboard transform) with those of @p mode; upper bits stay. */
+SPAN3D_API void SetMeshBillboardMode(Mesh* mesh, uint32_t mode);
+/** Mesh word: exactly 0x100000, 0x300000 or 0x700000 (0x40 aside) lowers the mode and clears the stages; else any stage bit opens all 0x7f00000. BlendBit follows @p mode; the DefaultMaterial takes SetMaterialRenderMode. Whole tree. */
+SPAN3D_API void SetMeshRenderMode(Mesh* mesh, int32_t mode);
+/** Replaces the cull bits with @p mode AND 0x38 on validated ordinary meshes (Form 1) only; the DefaultMaterial is not changed. Whole tree. */
+SPAN3D_API void SetMeshCullMode(Mesh* mesh, int32_t mode);
+/** Replaces the shade bits with @p mode AND 7 (0 included) and passes it to SetMaterialShadeMode of the DefaultMaterial (which ignores 0). Whole tree. */
+SPAN3D_API void SetMeshShadeMode(Mesh* mesh, int32_t mode);
+/** Sets the hidden bit 0x4000 on every mesh (Kind 1 or 2) of the tree. */
+SPAN3D_API void HideMesh(Mesh* mesh);
+/** Clears the hidden bit on every Kind 1 mesh of the tree; a Kind 2 mesh stays hidden. */
+SPAN3D_API void ShowMesh(Mesh* mesh);
+
+/* ======================================================================
+ * Hierarchy
+ *
+ * Meshes, cameras, lights and the target nodes of the last two hang below a
+ * node and follow its transform. A target node is passed as the address of
+ * the TargetNode inside its object. The draw list of a mesh tree belongs to
+ * its top (or to the scene that holds the top) and has one slot per polygon
+ * of the whole tree; attaching and detaching re-size it. Call between frames.
+ * ====================================================================== */
+
+/** Hangs @p child (detached first from any parent) at the end of @p parent's children; returns 1. A mesh below a mesh leaves its scene (keeping its lights) and gives its sort block up to the top of the tree or the top's scene. The walk up the tree treats every node above as a mesh: do not give mesh children to a mesh that hangs below a camera or light, and never attach a node below itself. */
+SPAN3D_API int32_t AttachChildToNode(Node* parent, Node* child);
+/** Takes @p child from @p parent's children: 0 if it is not there, else 1. A mesh leaving a mesh becomes a top with a sort block of its own, and the old tree's block shrinks. */
+SPAN3D_API int32_t DetachChildFromNode(Node* parent, Node* child);
+
+/* ======================================================================
+ * Lights
+ *
+ * Light colours are 0..1 in the record; SetLightColor and GetLightColor work
+ * on 0..255. A light shines on a mesh only while it stands in the mesh's
+ * LightList (64 slots). Meshes borrow lights: deleting one tells only the
+ * meshes of the scene that holds it.
+ * ====================================================================== */
+
+/** Allocates an omni light (owned by the caller; DeleteLight frees it) at @p position with @p colour (r, g, b, a on 0..1, as given), intensity, attenuation distances and State = @p status | 2; named "OmniNN". Null on failure. */
+SPAN3D_API Light* CreateOmniLight(Vector3* position, float colour[4], float intensity, float nearDistance, float farDistance, uint32_t status);
+/** Allocates a direct light at @p position aiming at @p target with @p colour (0..1, as given), intensity and State = @p status | 4; no attenuation; named "DirectNN". Null on failure. */
+SPAN3D_API Light* CreateDirectLight(Vector3* position, Vector3* target, float colour[4], float intensity, uint32_t status);
+/** Takes the light out of the first scene that holds it (and off that scene's meshes), detaches it and its target node from their parents, and frees it. Detach its own children first. */
+SPAN3D_API void DeleteLight(Light* light);
+/** Sets Position (@p which 0) or Target (any other which), model units; returns the light. Same body as SetCameraPosition. */
+SPAN3D_API Light* SetLightPosition(Light* light, Vector3* value, int32_t which);
+/** Position (@p which 0) or Target, in one static Vector3 that the next call overwrites. */
+SPAN3D_API Vector3* GetLightPosition(Light* light, int32_t which);
+/** Sets red, green, blue given on 0..255 as 0..1 (clamped) and alpha to 0. */
+SPAN3D_API void SetLightColor(Light* light, float red, float green, float blue);
+/** Red, green, blue, alpha on 0..255, in four static floats that the next call overwrites. */
+SPAN3D_API float* GetLightColor(Light* light);
+/** Sets the intensity, unchecked; returns the light. */
+SPAN3D_API Light* SetLightIntensity(Light* light, float intensity);
+/** Intensity. */
+SPAN3D_API float GetLightIntensity(Light* light);
+/** Sets the near and far attenuation distances (model units), unchecked; returns the light. */
+SPAN3D_API Light* SetLightAttenuation(Light* light, float nearDistance, float farDistance);
+/** Near attenuation distance, model units. */
+SPAN3D_API float GetLightNearAttenuation(Light* light);
+/** Far attenuation distance, model units. */
+SPAN3D_API float GetLightFarAttenuation(Light* light);
+/** @p on non-zero switches the light on (State bit 31), @p attenuate non-zero turns attenuation on (bit 0); zero clears each. */
+SPAN3D_API void SetLightStatus(Light* light, int32_t on, int32_t attenuate);
+/** Copies @p name into Name with no bound (32 bytes fit); returns the end of the copy, null if either pointer is null. */
+SPAN3D_API char* SetLightName(Light* light, const char* name);
+/** Adds the light to the LightList of @p mesh (Kind 1) and of every Kind 1 mesh below it, once each; a full list drops it. A mesh in a scene also puts the light in that scene's list. Returns 0. */
+SPAN3D_API int32_t AssignLightToMesh(Light* light, Mesh* mesh);
+/** Takes the light from the LightList of @p mesh and of every mesh below it, moving the later lights down. Slot 63 is never rewritten: a light there stays, and removing from a full list leaves the last light in slots 62 and 63. Returns 0. */
+SPAN3D_API int32_t RemoveLightFromMesh(Light* light, Mesh* mesh);
+
+/* ======================================================================
+ * Scenes
+ *
+ * A scene lists meshes (tops of hierarchies), cameras, lights, materials and
+ * skeletons in order of assignment, owns one sort block with a slot for
+ * every polygon of its meshes' trees, and borrows a viewport. Each object
+ * stands in one list of its type at most. The engine keeps every scene in
+ * its scene list, which the deletes of meshes, cameras and lights search.
+ * ====================================================================== */
+
+/** Allocates an empty scene (owned by the caller; DeleteScene or DeleteWholeScene frees it), no active camera, not ready; appends it to the engine's scene list. Null on failure. */
+SPAN3D_API Scene* CreateScene(void);
+/** Frees the scene's meshes (unless TvObject), lights, materials and cameras (unless KeepWord), in that order, then the scene. Kept members stay alive outside any scene; skeletons and the viewport are left alone. */
+SPAN3D_API void DeleteScene(Scene* scene);
+/** Frees the scene's materials, cameras, meshes and lights, in that order, whatever their keep words, then the scene. Skeletons and the viewport are left alone. */
+SPAN3D_API void DeleteWholeScene(Scene* scene);
+/** Adds an active mesh (0x8000) that is in no scene, with its tree, to the scene; the scene's block takes its slots. Bit 0 of @p withLights also gives it every light of the scene. Returns the mesh, or null. Assign only tops of hierarchies. */
+SPAN3D_API Mesh* AssignMeshToScene(Scene* scene, Mesh* mesh, uint8_t withLights);
+/** Takes the mesh out of this scene and gives it a sort block of its own; bit 0 of @p withLights also takes the scene's lights off its tree. 1, or 0 if the mesh is not in this scene. */
+SPAN3D_API int32_t RemoveMeshFromScene(Scene* scene, Mesh* mesh, uint8_t withLights);
+/** Appends the camera; the first camera of an empty list becomes active. 0 if any scene holds it already, else 1. */
+SPAN3D_API int32_t AssignCameraToScene(Scene* scene, Camera* camera);
+/** Takes the camera out: the active camera stays active, and if it is the one removed its successor (or else its predecessor) takes over. Removing the tail of a longer list empties the list: the cameras before it are no longer reached. 1, or 0 if absent. */
+SPAN3D_API int32_t RemoveCameraFromScene(Scene* scene, Camera* camera);
+/** Takes the camera out of every scene that holds it (active index -1 where it was active, otherwise unchanged); returns the number of scenes, 0 or 1. */
+SPAN3D_API int32_t RemoveCameraFromAllScenes(Camera* camera);
+/** Appends the light unless this scene holds it; bit 0 of @p toMeshes also adds it to every mesh of the scene. 1, or 0 if present. A light stands in one scene at a time: do not assign it to a second. */
+SPAN3D_API int32_t AssignLightToScene(Scene* scene, Light* light, uint8_t toMeshes);
+/** Takes the light out of the scene and off all the scene's meshes. 1, or 0 if absent. */
+SPAN3D_API int32_t RemoveLightFromScene(Scene* scene, Light* light);
+/** Appends the material with no test at all (do not assign one that a list holds); returns 1. */
+SPAN3D_API int32_t AssignMaterialToScene(Scene* scene, Material* material);
+/** Takes the material out of the scene. 1, or 0 if absent. */
+SPAN3D_API int32_t RemoveMaterialFromScene(Scene* scene, Material* material);
+/** Appends the skeleton (borrowed). 0 if any scene holds it already, else 1. */
+SPAN3D_API int32_t AssignSkeletonToScene(Scene* scene, Skeleton* skeleton);
+/** Takes the skeleton out; removing the tail of a longer list empties the list, as for cameras. 1, or 0 if absent. */
+SPAN3D_API int32_t RemoveSkeletonFromScene(Scene* scene, Skeleton* skeleton);
+/** Makes @p camera active if this scene lists it; null makes no camera active; any other camera changes nothing. */
+SPAN3D_API void SetActivedSceneCamera(Scene* scene, Camera* camera);
+/** The active camera (borrowed), or null: no active camera, an index the list does not reach, or a null scene. */
+SPAN3D_API Camera* GetActivedSceneCamera(Scene* scene);
+/** Moves the active index to the next camera, back to 0 after the last (from none: the head's successor's index, 0). Returns the camera that was active (the head when none was); null for an empty list, which it leaves as it is. */
+SPAN3D_API Camera* SwitchActivedSceneCamera(Scene* scene);
+/** Sets the viewport (borrowed; null clears it). A scene without an active camera adopts the viewport's camera, appending it if no scene holds it. */
+SPAN3D_API void SetSceneViewport(Scene* scene, Viewport* viewport);
+/** The scene's viewport (borrowed), or null. */
+SPAN3D_API Viewport* GetSceneViewport(Scene* scene);
+/** Number of meshes in the list, counted by walking it. */
+SPAN3D_API int32_t GetSceneNumberOfMeshes(Scene* scene);
+/** Number of cameras that the list reaches, counted by walking it. */
+SPAN3D_API int32_t GetSceneNumberOfCameras(Scene* scene);
+/** Number of lights in the list, counted by walking it. */
+SPAN3D_API int32_t GetSceneNumberOfLights(Scene* scene);
+/** Meshes that the last DrawScene drew; 0 before the first. */
+SPAN3D_API int32_t GetSceneNumberOfVisibleMeshes(Scene* scene);
+/** The mesh at @p index in the scene's list (borrowed), or null for a negative index or one past the end. */
+SPAN3D_API Mesh* SearchMeshByIndex(Scene* scene, int32_t index);
+/** The camera at @p index in the scene's list, or null. */
+SPAN3D_API Camera* SearchCameraByIndex(Scene* scene, int32_t index);
+/** The light at @p index in the scene's list, or null. */
+SPAN3D_API Light* SearchLightByIndex(Scene* scene, int32_t index);
+/** The material at @p index in the scene's list, or null. */
+SPAN3D_API Material* SearchMaterialByIndex(Scene* scene, int32_t index);
+/** The first listed mesh whose Name equals @p name, or null; an empty Name never matches. */
+SPAN3D_API Mesh* SearchMeshByName(Scene* scene, const char* name);
+/** The first listed camera whose Name equals @p name, or null; an empty Name never matches. */
+SPAN3D_API Camera* SearchCameraByName(Scene* scene, const char* name);
+/** The first listed light whose Name equals @p name, or null; an empty Name never matches. */
+SPAN3D_API Light* SearchLightByName(Scene* scene, const char* name);
+/** The first listed material whose Name equals @p name, or null; an empty Name never matches. */
+SPAN3D_API Material* SearchMaterialByName(Scene* scene, const char* name);
+/** The first listed skeleton whose root bone is named @p name, or null; skeletons without bone names are passed over. */
+SPAN3D_API Skeleton* SearchSkeletonByName(Scene* scene, const char* name);
 
 /* @@EXPORTS-OBJECTS@@ */
 
@@ -561,6 +831,44 @@ SPAN3D_API void CalcMeshPolygonNormal(Mesh* mesh, MeshPolygon* polygon);
 /** Rebuilds VertexNormals, VertexNormalCount and every NormalIndex, sharing normals within smoothing groups; needs the polygon normals. */
 SPAN3D_API void CalcMeshVerticesNormal(Mesh* mesh);
 
+/* ======================================================================
+ * Primitive generators
+ *
+ * Each returns a new fixed mesh, owned by the caller (DeleteMesh frees it),
+ * or null for a bad argument or when memory runs out; a failure leaves
+ * nothing behind and uses no default-name number. Lengths are model units;
+ * @p scale multiplies the final x, y, z of every vertex (not checked for
+ * null). @p material is handed to CreateMesh as its colour argument, as the
+ * low 32 bits of the pointer (bits 0-23 become the DefaultMaterial's diffuse
+ * 0xRRGGBB); the polygons use the mesh's DefaultMaterial. A generated mesh
+ * has its normals, its bounds box, the next default name of its family and
+ * Form 1 (3 for a billboard), but not the active bit: ActivateMesh makes it
+ * drawable.
+ * ====================================================================== */
+
+/** Square of side @p size (> 0) in the plane z = 0, facing -z, one quad with the unit square of coordinates; Form 3, named "BillboardNN". */
+SPAN3D_API Mesh* BillboardCreate(float size, Vector3* scale, Material* material);
+/** Cube of side @p size (> 0) centred on the origin: 8 vertices, 6 quads each in its own smoothing group 0..5 and with the unit square of coordinates; named "CubeNN". */
+SPAN3D_API Mesh* CubeCreate(float size, Vector3* scale, Material* material);
+/** Square of side @p size (> 0) in the plane z = 0 cut into @p rows (>= 1) by @p columns (>= 1) cells, each a quad whose wire edges show the cell; named "GridNN". */
+SPAN3D_API Mesh* GridCreate(float size, Vector3* scale, int32_t rows, int32_t columns, Material* material);
+/** Disk of @p radius (> 0) in the plane z = 0, a fan of @p segments (>= 4) wedges around the centre whose wire edges show the rim; named "DiskNN". */
+SPAN3D_API Mesh* DiskCreate(float radius, Vector3* scale, int32_t segments, Material* material);
+/** Flat annulus between @p innerRadius (> 0) and @p outerRadius (> innerRadius) in the plane z = 0, @p segments (>= 4) quads; named "RingNN". */
+SPAN3D_API Mesh* RingCreate(float outerRadius, float innerRadius, Vector3* scale, int32_t segments, Material* material);
+/** Sphere of @p radius (> 0) around the y axis, @p stacks (>= 4) bands of latitude by @p slices (>= 4): (stacks - 1) * slices + 2 vertices and 2 * (stacks - 1) * slices triangles; named "SphereNN". */
+SPAN3D_API Mesh* SphereCreate(float radius, Vector3* scale, int32_t stacks, int32_t slices, Material* material);
+/** Upper half sphere of @p radius (> 0), @p stacks (>= 4) by @p slices (>= 4); @p open 0 closes it with a shallow cone to the origin (smoothing group 1), any other value leaves it open; named "HSphereNN". */
+SPAN3D_API Mesh* HemisphereCreate(float radius, Vector3* scale, int32_t stacks, int32_t slices, Material* material, int32_t open);
+/** Closed cylinder of @p height (unchecked; negative turns it over) along y around the origin with radii @p bottomRadius and @p topRadius (both >= 0, not both 0; one of 0 makes a cone) and @p segments (>= 4) sides; named "CylinderNN". */
+SPAN3D_API Mesh* CylinderCreate(float bottomRadius, float topRadius, float height, Vector3* scale, int32_t segments, Material* material);
+/** Thick-walled pipe of @p height (> 0) along y with radii @p innerRadius and @p outerRadius (both >= 0, not both 0) and @p segments (>= 4): top and bottom annulus, inner and outer wall; named "TubeNN". Its faces are wound to be seen from inside the wall: with front faces only it shows its far side, so draw it with both sides. */
+SPAN3D_API Mesh* TubeCreate(float innerRadius, float outerRadius, float height, Vector3* scale, int32_t segments, Material* material);
+/** Torus around the y axis with ring radius @p majorRadius (> 0) and tube radius @p minorRadius (> 0), @p tubeSegments (>= 4) around the tube and @p ringSegments (>= 4) around the ring, no duplicate vertices; named "TorusNN". */
+SPAN3D_API Mesh* TorusCreate(float majorRadius, float minorRadius, Vector3* scale, int32_t tubeSegments, int32_t ringSegments, Material* material);
+/** Cube of side @p size (> 0) with edges and corners rounded by @p chamfer (> 0, size - 2 * chamfer > 0) in @p steps (>= 1) subdivisions of 90 degrees; takes the next "CubeNN" name of the cube series. */
+SPAN3D_API Mesh* ChCubeCreate(float size, float chamfer, Vector3* scale, int32_t steps, Material* material);
+
 /* @@EXPORTS-PIPELINE@@ */
 
 /* ======================================================================
@@ -579,6 +887,33 @@ SPAN3D_API void CalcMeshVerticesNormal(Mesh* mesh);
 SPAN3D_API void FlatSolidTriangle(MeshPolygon* polygon, RasterVertex* vertices);
 /** As FlatSolidTriangle, but only where 1/z beats the depth buffer; opaque fills also write depth. */
 SPAN3D_API void FlatSolidTriangleZ(MeshPolygon* polygon, RasterVertex* vertices);
+
+/** Fills a triangle with the corner colours (CornerColour: 8-bit red 16-23, green 8-15, blue 0-7)
+ *  interpolated linearly and dithered to 5 bits a channel by an ordered 4x4 pattern that moves
+ *  with each span's right end; no depth test. */
+SPAN3D_API void GouraudSolidTriangle(MeshPolygon* polygon, RasterVertex* vertices);
+/** As GouraudSolidTriangle, but only where 1/z beats the depth buffer (opaque fills also write
+ *  depth), with the dither pattern fixed to the screen. */
+SPAN3D_API void GouraudSolidTriangleZ(MeshPolygon* polygon, RasterVertex* vertices);
+
+/* ======================================================================
+ * Full-screen filters
+ *
+ * In-place blurs of any Pixel15 image whose row pitch equals its width; no
+ * viewport is involved. Each pixel takes its main weight from the row below,
+ * so repeated calls blur the picture and let it drift upward. The two
+ * filters differ and do not give the same picture. A buffer smaller than a
+ * filter needs is left as it is.
+ * ====================================================================== */
+
+/** Blurs width x height pixels (both at least 3): 1/2 the pixel below, 1/4 each the pixels two
+ *  below and below right. The first and last column and the last two rows are kept. */
+SPAN3D_API void FSBlur(uint16_t* pixels, uint32_t width, uint32_t height);
+/** Blurs two pixels a 32-bit word: width even and at least 6, height at least 3, pixels 4-byte
+ *  aligned. 1/2 the pixel below and 1/8 each its neighbours left and right, the old pixel and the
+ *  one two rows below; keeps the low bit of each channel and bit 15 of the pixel below. The last
+ *  row is halved at each call (black after five); the other edges are treated apart. */
+SPAN3D_API void FSBlurFast(uint32_t* pixels, int32_t width, uint32_t height);
 
 #ifdef __cplusplus
 }

@@ -56,10 +56,25 @@ extern "C" SPAN3D_API Camera* CreateCamera(Vector3* position, Vector3* target, f
 
 extern "C" SPAN3D_API void DeleteCamera(Camera* camera)
 {
-    // Nothing in the library sets State bit 31 on a camera, so a camera in a
-    // scene is not unlinked by its own delete: the host removes it from its
-    // scenes first.
+    // Only with State bit 31 does the delete search the scenes, and nothing
+    // in the library sets that bit on a camera, so a camera in a scene is not
+    // unlinked by its own delete: the host removes it from its scenes first.
+    if ((camera->State & 0x80000000u) != 0) {
+        for (Scene* scene = g_Engine.SceneListHead; scene != nullptr; scene = scene->ListNext) {
+            if (RemoveCameraFromScene(scene, camera) != 0) {
+                break;
+            }
+        }
+    }
     camera->KeepWord = 0;
+    // The camera and its aim point leave their parents. Their own children
+    // are not told: the host detaches them first.
+    if (camera->Head.Parent != nullptr) {
+        DetachChildFromNode(camera->Head.Parent, &camera->Head);
+    }
+    if (camera->TargetNode.Parent != nullptr) {
+        DetachChildFromNode(camera->TargetNode.Parent, &camera->TargetNode);
+    }
     FreeMemory(camera);
 }
 

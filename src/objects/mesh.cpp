@@ -371,7 +371,24 @@ extern "C" SPAN3D_API void DeleteMesh(Mesh* mesh)
 {
     // Before the keep word is cleared, a mesh still leaves the world it is
     // part of: its scene, its parent, and its mesh children, which die with
-    // it. Those steps arrive with scenes and hierarchies.
+    // it. The scene is found by searching the engine's list for the one whose
+    // mesh list holds the mesh; the lights of that scene come off its tree.
+    if (mesh->Scene != nullptr) {
+        for (Scene* scene = g_Engine.SceneListHead; scene != nullptr; scene = scene->ListNext) {
+            if (IndexOfMesh(scene, mesh) != -1) {
+                RemoveMeshFromScene(scene, mesh, 1);
+                break;
+            }
+        }
+    }
+    if (mesh->Head.Parent != nullptr) {
+        DetachChildFromNode(mesh->Head.Parent, &mesh->Head);
+    }
+    // Mesh children are freed unless their own TvObject keeps them; cameras
+    // and lights below are only cut loose.
+    if (mesh->Head.ChildCount != 0) {
+        FreeNodeChildren(&mesh->Head);
+    }
     mesh->TvObject = 0;
     FreeMeshStorage(mesh);
 }

@@ -113,4 +113,85 @@ void FreeMeshStorage(Mesh* mesh);
 // Frees a mesh's BoundsMesh, the box's sort block first, and nulls the pointer.
 void FreeBoundsMesh(Mesh* mesh);
 
+
+// ====================================================================== hierarchy
+// (owned by objects/hierarchy.cpp)
+//
+// A mesh tree's draw list belongs to its top: a mesh with no parent owns one
+// sort block of SortCapacity slots, or, when the top is in a scene, the scene
+// owns one block of TotalPolygons slots for all its trees. Mesh children hold
+// no block (SortIndices null, DrawItems stale but non-null). Attaching and
+// detaching re-size the block of the top or of the scene.
+
+// Frees the children of a node, depth first: every node below is detached
+// from its parent, and each mesh of kind exactly 1 is then freed through
+// FreeMeshStorage (so one with a non-zero TvObject survives, detached and
+// with a block of its own). Cameras, lights and target nodes are only cut
+// loose. DeleteMesh's way of taking its children with it.
+void FreeNodeChildren(Node* node);
+
+// Gives a mesh that has become a top (out of a scene, or off its parent) a
+// new sort block of SortCapacity slots and hands it to ResetRadixSort. The
+// mesh must hold no block. A failed allocation leaves SortIndices null and
+// DrawItems as it was, so the mesh still reads as fixed.
+void GiveMeshSortBlock(Mesh* mesh);
+
+// Re-sizes the scene's sort block to TotalPolygons slots: frees the old block
+// first, then allocates, sets SortIndices and DrawItems and resets the sort
+// over the new indices. A failed allocation leaves both pointers null (the
+// next draw meets the null block; nothing here reports it).
+void RenewSceneSortBlock(Scene* scene);
+
+// ====================================================================== lights
+// (owned by objects/light.cpp)
+
+// SetLightColor takes channels on 0..255 and stores 0..1: the factor is 1/255
+// rounded to a float (0x1.010102p-8), applied in double and clamped to
+// [0, 1], so 255 gives 1.0000000591 before the clamp and stores exactly 1.
+// GetLightColor multiplies by 255 on the way out.
+constexpr float kLightColourIn  = 0.003921569f;
+constexpr float kLightColourOut = 255.0f;
+
+// The last LightList slot that RemoveLightFromMesh's shift writes: slot 63
+// takes no value from a slot 64, so a light in slot 63 stays, and in a full
+// list the last light ends up in both 62 and 63. Kept as designed.
+constexpr int32_t kLightListLastShifted = kLightListSlots - 2;
+
+// The result blocks of the look-ups that return a pointer into module-wide
+// storage: each call overwrites the previous answer.
+struct LightLookupState {
+    Vector3 Position;  // GetLightPosition, model units
+    float   Colour[4]; // GetLightColor, r, g, b, a on 0..255
+};
+extern LightLookupState g_LightLookup;
+
+// ====================================================================== scenes
+// (owned by objects/scene.cpp)
+
+// Position of an object in a scene's list by pointer identity, -1 if absent.
+// Only what the list reaches counts: a camera or skeleton list emptied by the
+// removal of its tail no longer reaches its former members.
+int32_t IndexOfMesh(const Scene* scene, const Mesh* mesh);
+int32_t IndexOfCamera(const Scene* scene, const Camera* camera);
+int32_t IndexOfLight(const Scene* scene, const Light* light);
+int32_t IndexOfMaterial(const Scene* scene, const Material* material);
+int32_t IndexOfSkeleton(const Scene* scene, const Skeleton* skeleton);
+
+// The camera at `index` in the scene's list; null for a negative index and
+// for one the list does not reach.
+Camera* SceneCameraAt(const Scene* scene, int32_t index);
+
+// The engine's list of scenes (g_Engine.SceneListHead / Tail): CreateScene
+// appends at the tail; the scene deletes take the scene out. Removal handles
+// the head, then the tail, and zeroes the scene's links only in those two
+// cases; a scene in between is first searched for from the head and nothing
+// happens if it is not found (a scene made before ReleaseEngine3D).
+void SceneListAdd(Scene* scene);
+void SceneListRemove(Scene* scene);
+
+// The routine that CreateScene stores in DefaultHook. With a scene and a
+// UserHook it calls UserHook(a, index, round(HookTable[index - 1].Values[1]))
+// (to nearest, ties to even). Nothing in the engine calls it.
+void DefaultHook(int32_t a, int32_t index, Scene* scene);
+
 }  // namespace span3d

@@ -92,7 +92,7 @@ constexpr RasterizerRow kFlatRow = MakeRow(RowEntries{
 constexpr RasterizerRow kGouraudRow = MakeRow(RowEntries{
     kNone, kNone,                            // ClipAndDrawGouraudDotsTriangle(Z)
     kNone, kNone,                            // ClipAndDrawGouraudWireTriangle(Z)
-    kNone, kNone,                            // GouraudSolidTriangle(Z)
+    &GouraudSolidTriangle, &GouraudSolidTriangleZ,
     kNone, kNone,                            // GouraudDiffuseTriangle(Z)
     kNone, kNone,                            // GouraudOpacityTriangle(Z)
     kNone, kNone,                            // GouraudThirdTriangle(Z)

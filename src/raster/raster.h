@@ -116,6 +116,82 @@ inline void StepEdge(RasterEdge* edge)
     }
 }
 
+// ---------------------------------------------------------------- triangle set-up
+// Pieces of the triangle walk shared by the solid and textured families. A
+// family's working slot is any record with 28.4 X, Y and, when depth-tested,
+// the vertex's 1/z as Z.
+
+// The three slots ordered by 28.4 y with a fixed decision tree, and which
+// side the middle vertex bounds.
+struct SlotOrder {
+    int32_t Top, Middle, Bottom;
+    bool    MiddleLeft;
+};
+
+// MiddleCompare and BottomCompare rank the middle and the bottom slot in the
+// order the slots follow one another round the triangle from the top: for
+// clockwise slots the middle lies left exactly when the bottom comes first.
+// No cross product is taken: slots running anticlockwise exchange left and
+// right, every span has negative width and nothing is drawn, an implicit
+// face test that nothing may disturb.
+inline SlotOrder SortSlotsByY(int32_t y0, int32_t y1, int32_t y2)
+{
+    SlotOrder o;
+    int32_t middleCompare, bottomCompare;
+    if (y0 < y1) {
+        if (y2 < y0) {
+            o.Top = 2; o.Middle = 0; o.Bottom = 1; middleCompare = 0; bottomCompare = 1;
+        } else if (y1 < y2) {
+            o.Top = 0; o.Middle = 1; o.Bottom = 2; middleCompare = 1; bottomCompare = 2;
+        } else {
+            o.Top = 0; o.Middle = 2; o.Bottom = 1; middleCompare = 2; bottomCompare = 1;
+        }
+    } else {
+        if (y2 < y1) {
+            o.Top = 2; o.Middle = 1; o.Bottom = 0; middleCompare = 1; bottomCompare = 0;
+        } else if (y0 < y2) {
+            o.Top = 1; o.Middle = 0; o.Bottom = 2; middleCompare = 3; bottomCompare = 2;
+        } else {
+            o.Top = 1; o.Middle = 2; o.Bottom = 0; middleCompare = 2; bottomCompare = 3;
+        }
+    }
+    o.MiddleLeft = bottomCompare <= middleCompare;
+    return o;
+}
+
+// The change of 1/z per pixel along x and along y, from the three slots.
+// The 28.4 differences are exact integers; their products are exact in
+// double, which carries the whole expression; the 1/16 comes after the
+// product.
+template <class Slot>
+inline void DepthGradient(const Slot* s, float* dZdX, float* dZdY)
+{
+    const double x0 = s[0].X, y0 = s[0].Y, x1 = s[1].X, y1 = s[1].Y, x2 = s[2].X, y2 = s[2].Y;
+    const double z0 = s[0].Z, z1 = s[1].Z, z2 = s[2].Z;
+    // Twice the signed area in pixels squared. A zero-area triangle divides by
+    // zero here; the infinities reach only spans of zero or negative width.
+    const double d = ((x1 - x2) * (y0 - y2) - (x0 - x2) * (y1 - y2)) / 256.0;
+    const double overDx = 1.0 / d;
+    const double overDy = -overDx;
+    *dZdX = (float)(overDx * ((z1 - z2) * (y0 - y2) / 16.0 - (z0 - z2) * (y1 - y2) / 16.0));
+    *dZdY = (float)(overDy * ((z1 - z2) * (x0 - x2) / 16.0 - (z0 - z2) * (x1 - x2) / 16.0));
+}
+
+// A quantity on an edge that starts at the slot (xA, yA) (28.4) with value qA:
+// the value at the centre of the first pixel of the edge's first row, so a
+// span needs no prestep; its step per row; its extra step on a carry row.
+inline EdgeQuantity EdgeStartQuantity(const RasterEdge* edge, int32_t xA, int32_t yA, float qA,
+                                      float dQdX, float dQdY)
+{
+    const double px = (double)(edge->X * 16 - xA) / 16.0;
+    const double py = (double)(edge->Y * 16 - yA) / 16.0;
+    EdgeQuantity q;
+    q.Value = (float)((double)qA + py * dQdY + px * dQdX);
+    q.RowStep = (float)((double)(float)edge->XStep * dQdX + dQdY);
+    q.CarryStep = dQdX;
+    return q;
+}
+
 // ---------------------------------------------------------------- depth
 
 // A 1/z value as a 2.30 depth word: round(v * 2^30), to nearest even. The
@@ -175,8 +251,17 @@ struct RasterState {
     int32_t   BlendRed;         // AlphaLevel * the colour's 5-bit red, 0..7905
     int32_t   BlendGreen;
     int32_t   BlendBlue;
-    float     dZdX;             // change of 1/z per pixel right
+    float     dZdX;             // change of 1/z per pixel right (also the Gouraud family's)
     float     dZdY;             // change of 1/z per pixel down
+
+    // Gouraud family, per triangle. Channels are on the 0..255 scale.
+    float     dRdX, dRdY;       // change of red per pixel right, per pixel down
+    float     dGdX, dGdY;       // likewise green
+    float     dBdX, dBdY;       // likewise blue
+    int32_t   BiasRed;          // 0x8000 or 0x7fff, added to a channel's 16.16 start
+    int32_t   BiasGreen;        // value: rounds a half up or down
+    int32_t   BiasBlue;
+    int32_t   BlendInverse;     // 255 - AlphaLevel, 1..254, for AlphaMode 2
 
     // The three working edges of a triangle, shared by the solid and
     // textured families. Fields of a zero-height edge stay stale.
@@ -190,6 +275,70 @@ extern RasterState g_Raster;
 // Nothing else changes: each triangle function reads pixels, depth buffer and
 // pitch from the viewport anew, so buffers may change between triangles.
 void SetRasterTarget(Viewport* viewport, Camera* camera);
+
+// Step 1 of every triangle function: the target's buffers and pitch, re-read
+// on every call. SpanPixelRow and SpanDepthRow then point at row 0.
+template <bool kDepth>
+inline void ReadRasterTarget()
+{
+    RasterState& r = g_Raster;
+    const Viewport* viewport = r.RasterViewport;
+    r.SpanPixelRow = viewport->Pixels;
+    r.RowPitchBytes = viewport->PixelPitch * 2;
+    if constexpr (kDepth) {
+        r.SpanDepthRow = viewport->DepthBuffer;
+        r.RowPitchPixels = viewport->PixelPitch;
+    }
+}
+
+// A screen coordinate in 28.4: times 16, rounded to nearest even.
+inline int32_t To28_4(float screen) { return (int32_t)FloatToInt((double)screen * 16.0); }
+
+// Steps 10 to 14 of every solid and textured triangle function, once its
+// three edges are set up in g_Raster: the upper half between top-to-middle
+// and top-to-bottom, then the lower half with middle-to-bottom in place of
+// top-to-middle, one span per row. Each edge is stepped after every span,
+// also after the last one of its half, carrying its first kQuantities
+// quantities. SpanPixelRow (and SpanDepthRow) hold row 0 on entry.
+template <int32_t kQuantities, bool kDepth>
+inline void DrawTriangleRows(SpanFunction span, bool middleLeft)
+{
+    RasterState& r = g_Raster;
+    RasterEdge* const topToBottom = &r.TopToBottom;
+    RasterEdge* const topToMiddle = &r.TopToMiddle;
+    RasterEdge* const middleToBottom = &r.MiddleToBottom;
+    if (middleLeft) {
+        r.LeftEdge = topToMiddle;
+        r.RightEdge = topToBottom;
+    } else {
+        r.LeftEdge = topToBottom;
+        r.RightEdge = topToMiddle;
+    }
+
+    // The first row: both edges of the upper half start on the top row, and
+    // so does top-to-bottom when the upper half is empty.
+    r.SpanPixelRow = (uint16_t*)((uint8_t*)r.SpanPixelRow + (intptr_t)r.LeftEdge->Y * r.RowPitchBytes);
+    if constexpr (kDepth) r.SpanDepthRow += (intptr_t)r.LeftEdge->Y * r.RowPitchPixels;
+
+    for (int32_t half = 0; half < 2; ++half) {
+        if (half == 1) {
+            if (middleLeft) {
+                r.LeftEdge = middleToBottom;
+                r.RightEdge = topToBottom;
+            } else {
+                r.LeftEdge = topToBottom;
+                r.RightEdge = middleToBottom;
+            }
+        }
+        for (int32_t rows = (half == 0 ? topToMiddle : middleToBottom)->Height; rows > 0; --rows) {
+            span();
+            r.SpanPixelRow = (uint16_t*)((uint8_t*)r.SpanPixelRow + r.RowPitchBytes);
+            if constexpr (kDepth) r.SpanDepthRow += r.RowPitchPixels;
+            StepEdge<kQuantities>(r.LeftEdge);
+            StepEdge<kQuantities>(r.RightEdge);
+        }
+    }
+}
 
 // ---------------------------------------------------------------- colour tables
 
@@ -249,5 +398,38 @@ void FlatSpanBlendZ();
 void FlatSpanSubZ();
 extern const SpanFunction FlatSpans[kSpanGroupSize];
 extern const SpanFunction FlatSpansZ[kSpanGroupSize];
+
+// ---------------------------------------------------------------- Gouraud family
+
+// Edge quantities of the Gouraud solid triangles: 1/z first when depth-tested,
+// then red, green, blue on the 0..255 scale. Index of red:
+constexpr int32_t GouraudRedQuantity(bool depth) { return depth ? 1 : 0; }
+
+// A channel's 16.16 start value from its float: the float is scaled by 65536
+// by adding 16 to its exponent field (0x8000000 to its bit pattern), then
+// rounded to nearest even. Any exact multiplication would give the same
+// integer: the two differ only for zero and denormals, which come out as
+// numbers below 2^-100 and round to 0 all the same. A value beyond the 32-bit
+// range gives the integer indefinite value, the most negative integer (up to
+// 2^112; beyond that the exponent would carry into the sign).
+inline int32_t Fixed16FromExponent(float value)
+{
+    const uint32_t scaled = __builtin_bit_cast(uint32_t, value) + 0x8000000u;
+    return RoundToInt(__builtin_bit_cast(float, scaled));
+}
+
+// Span groups of the Gouraud solid triangles, in AlphaMode order. The plain
+// group anchors the dither pattern to each span's right end, the depth-tested
+// group to the screen.
+void GouraudSpan();
+void GouraudSpanAdd();
+void GouraudSpanBlend();
+void GouraudSpanSub();
+void GouraudSpanZ();
+void GouraudSpanAddZ();
+void GouraudSpanBlendZ();
+void GouraudSpanSubZ();
+extern const SpanFunction GouraudSpans[kSpanGroupSize];
+extern const SpanFunction GouraudSpansZ[kSpanGroupSize];
 
 }  // namespace span3d
