@@ -13,28 +13,19 @@
 #include <vector>
 
 #include "png_writer.h"
+#include "showcase.h"
 #include "span3d.h"
 
 namespace {
 
-// One finished picture. Pitch is in Pixel15 entries per row, as in a
-// Viewport's PixelPitch.
-struct Picture {
-    std::string fileName;          // e.g. "test_card.png"
-    std::vector<Pixel15> pixels;   // pitch * height words
-    int32_t width = 0;
-    int32_t height = 0;
-    int32_t pitch = 0;
-};
-
-// A showcase draws one picture. It returns false when the engine refused a
-// step; it owns and deletes whatever engine objects it creates.
-using Showcase = bool (*)(Picture* out);
+using span3d_demo::Picture;
+using span3d_demo::Showcase;
+using span3d_demo::TestCard;
 
 // The showcases in the order they run. New ones are added here.
 const std::vector<Showcase>& Showcases()
 {
-    static const std::vector<Showcase> list = {};
+    static const std::vector<Showcase> list = {TestCard};
     return list;
 }
 

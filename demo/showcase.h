@@ -1,0 +1,31 @@
+// What a showcase of the demo host hands back: one finished picture and the
+// file name to write it under.
+#pragma once
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+#include "span3d.h"
+
+namespace span3d_demo {
+
+// One finished picture. Pitch is in Pixel15 entries per row, as in a
+// Viewport's PixelPitch.
+struct Picture {
+    std::string fileName;          // e.g. "test_card.png"
+    std::vector<Pixel15> pixels;   // pitch * height words
+    int32_t width = 0;
+    int32_t height = 0;
+    int32_t pitch = 0;
+};
+
+// A showcase draws one picture. It returns false when the engine refused a
+// step; it owns and deletes whatever engine objects it creates.
+using Showcase = bool (*)(Picture* out);
+
+// The flat test card: every flat rasterizer through the dispatch table.
+bool TestCard(Picture* out);
+
+}  // namespace span3d_demo
