@@ -869,6 +869,45 @@ SPAN3D_API Mesh* TorusCreate(float majorRadius, float minorRadius, Vector3* scal
 /** Cube of side @p size (> 0) with edges and corners rounded by @p chamfer (> 0, size - 2 * chamfer > 0) in @p steps (>= 1) subdivisions of 90 degrees; takes the next "CubeNN" name of the cube series. */
 SPAN3D_API Mesh* ChCubeCreate(float size, float chamfer, Vector3* scale, int32_t steps, Material* material);
 
+/* ======================================================================
+ * Aiming
+ * ====================================================================== */
+
+/** Writes into @p out a matrix that aims an object: row 2 of the rotation is the unit vector from
+ *  @p target to @p position (the opposite sense of a camera's view axis), row 0 is horizontal
+ *  (y of 0), translation @p position, no roll. Straight up or down it is a quarter turn about x.
+ *  Position equal to target fills the rotation with not-a-numbers. */
+SPAN3D_API void CreateLookAtMatrix(const Vector3* position, const Vector3* target, Matrix34* out);
+
+/* ======================================================================
+ * Drawing
+ *
+ * One call draws one frame into a viewport whose ViewportWord has
+ * SPAN3D_VIEWPORT_ENABLED. With SPAN3D_VIEWPORT_DEPTH set (Z-buffer mode)
+ * opaque polygons are drawn unsorted with the depth test and blended ones
+ * after them, back to front, still depth-tested; without
+ * it (sorted mode) every polygon is drawn back to front by the sum of its
+ * corners' depths, with no depth test. Neither call clears anything: clear
+ * the pixels and, in Z-buffer mode, call ClearViewportDepthBuffer(viewport, 0)
+ * before each frame. Calls are not re-entrant; change hierarchies and scenes
+ * between frames only.
+ * ====================================================================== */
+
+/** Draws the scene through its viewport with its active camera. Draws nothing unless the scene is
+ *  ready (a mesh assigned), has meshes, cameras, a viewport with SPAN3D_VIEWPORT_ENABLED and an
+ *  active camera. Recounts VisibleMeshes (top-level leaf meshes drawn). Meshes that are hidden
+ *  or whose box lies wholly outside the view are skipped, but the children of a hidden parent
+ *  are drawn. Opaque polygons of equal depth: the one emitted last wins. */
+SPAN3D_API void DrawScene(Scene* scene);
+
+/** Draws an active mesh and its mesh children into the mesh's viewport (SetMeshViewport) with
+ *  that viewport's camera (SetViewportCamera). Draws nothing for an inactive or hidden mesh (its
+ *  children included) or without an enabled viewport and camera. Stores the number of polygons
+ *  filed in DrawItemCount, unless it is 0. Use it only on a mesh that holds its own draw list:
+ *  not on a mesh in a scene, nor on a mesh below another mesh. Opaque polygons of equal depth:
+ *  the one emitted first wins. */
+SPAN3D_API void DrawMesh(Mesh* mesh);
+
 /* @@EXPORTS-PIPELINE@@ */
 
 /* ======================================================================

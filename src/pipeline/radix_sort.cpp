@@ -108,8 +108,8 @@ void AscendingOffsets(const uint32_t* histogram)
 // non-negatives rightly, the negatives wrongly, as they should start at 0.
 // This is the settled behaviour of the signed mode: with negatives present
 // the two halves overwrite each other, positions below Negatives keep what the
-// destination held, and more negatives than non-negatives write past position
-// count - 1. The engine itself sorts only with the unsigned mode; a host must
+// destination held, and more negatives than non-negatives would write past
+// position count - 1 (ScatterSignedTop drops those writes). The engine itself sorts only with the unsigned mode; a host must
 // pass isSigned 1 only for data without negatives.
 void SignedTopOffsets(const uint32_t* histogram)
 {
@@ -144,6 +144,23 @@ void ScatterAscending(uint32_t count, const uint8_t* keys, uint32_t byte, const 
         const uint32_t index = source[i];
         const uint32_t b = keys[static_cast<size_t>(index) * kStride + byte];
         destination[offsets[b]++] = index;
+    }
+}
+
+// The top-byte pass of a signed sort. Its overlapping halves (see
+// SignedTopOffsets) can run past position count - 1 when negatives
+// outnumber the rest; those writes are dropped, so every position inside the
+// array receives exactly what the overlapping layout puts there and nothing
+// outside the array is touched, be it the caller's memory or the scratch.
+template <uint32_t kStride>
+void ScatterSignedTop(uint32_t count, const uint8_t* keys, const uint32_t* source, uint32_t* destination)
+{
+    uint32_t* offsets = g_RadixSort.Offsets;
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t index = source[i];
+        const uint32_t b = keys[static_cast<size_t>(index) * kStride + 3];
+        const uint32_t at = offsets[b]++;
+        if (at < count) destination[at] = index;
     }
 }
 
@@ -188,6 +205,8 @@ void RunPasses(uint32_t count, const uint8_t* keys, uint32_t* indices)
 
         if (kKind == RadixKeyKind::Float && p == 3) {
             ScatterFloatTop<kStride>(count, keys, source, destination);
+        } else if (kKind == RadixKeyKind::Signed && p == 3) {
+            ScatterSignedTop<kStride>(count, keys, source, destination);
         } else {
             ScatterAscending<kStride>(count, keys, p, source, destination);
         }

@@ -260,6 +260,34 @@ TEST(Hierarchy, CamerasCarryNoPolygons)
     DeleteScene(scene);
 }
 
+TEST(Hierarchy, LeavingASceneByAttachKeepsTheLights)
+{
+    // A lit mesh of a scene hung below a parent outside it leaves the scene
+    // (its slots go to the parent's block) but keeps the scene's lights in
+    // its own list, and the light stays in the scene. Only an explicit
+    // RemoveMeshFromScene with bit 0 takes them off.
+    Scene* scene = CreateScene();
+    Mesh* parent = MakeMesh(20);
+    Mesh* lit = MakeMesh(10);
+    Light* light = MakeDirectLight();
+    AssignLightToScene(scene, light, 0);
+    ASSERT_EQ(AssignMeshToScene(scene, lit, 1), lit);
+    ASSERT_EQ(lit->LightList[0], light);
+
+    EXPECT_EQ(AttachChildToNode(N(parent), N(lit)), 1);
+    EXPECT_EQ(lit->Scene, nullptr);
+    EXPECT_EQ(scene->Meshes, nullptr);
+    EXPECT_EQ(scene->TotalPolygons, 0);
+    EXPECT_EQ(parent->SortCapacity, 30);
+    EXPECT_EQ(lit->LightList[0], light);
+    EXPECT_EQ(lit->LightList[1], nullptr);
+    EXPECT_EQ(scene->Lights, light);
+    ExpectLoneTop(parent);
+
+    DeleteMesh(parent);  // takes lit with it
+    DeleteWholeScene(scene);  // frees the light
+}
+
 TEST(Hierarchy, MeshVariantCountsAsChildNotAsParent)
 {
     // Kind 2 is made by hosts only. As a child it counts; as a parent it

@@ -387,6 +387,37 @@ TEST(LightList, MeshInSceneBringsTheLightIntoTheScene)
     DeleteScene(scene);  // frees top, child and a
 }
 
+TEST(LightList, SceneIsToldWhenStoredOrFoundButNotWhenDropped)
+{
+    // The scene hears of the light whenever the list takes it, also when the
+    // light already stood in the list (written again in place); a light that
+    // a full list drops does not reach the scene either.
+    Scene* scene = CreateScene();
+    Mesh* mesh = MakeMesh();
+    mesh->RenderFlags |= SPAN3D_MESH_ACTIVE;
+    Light* early = MakeOmni();
+    AssignLightToMesh(early, mesh);  // outside any scene: only the list
+    ASSERT_EQ(AssignMeshToScene(scene, mesh, 0), mesh);
+    EXPECT_EQ(scene->Lights, nullptr);
+    AssignLightToMesh(early, mesh);  // found in slot 0
+    EXPECT_EQ(ListOf(mesh), (std::vector<Light*>{early}));
+    EXPECT_EQ(scene->Lights, early);
+
+    // Fill the other 63 slots outside the scene's knowledge, then offer one
+    // more: dropped, and the scene keeps its single light.
+    EXPECT_EQ(RemoveMeshFromScene(scene, mesh, 0), 1);
+    Fill(mesh, 63);
+    ASSERT_EQ(AssignMeshToScene(scene, mesh, 0), mesh);
+    Light* late = MakeOmni();
+    AssignLightToMesh(late, mesh);
+    EXPECT_EQ(mesh->LightList[63], &g_Fake[62]);
+    EXPECT_EQ(GetSceneNumberOfLights(scene), 1);
+    EXPECT_EQ(late->SceneNext, nullptr);
+    EXPECT_EQ(late->ScenePrev, nullptr);
+    DeleteLight(late);
+    DeleteScene(scene);  // frees the mesh and early; the fakes are only pointers in its list
+}
+
 TEST(LightDelete, LeavesSceneMeshesAndParents)
 {
     Scene* first = CreateScene();

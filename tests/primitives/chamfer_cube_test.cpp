@@ -136,6 +136,42 @@ TEST(ChamferedCube, TwoStepShells)
     EXPECT_EQ(CornersOf(mesh.get(), 29), (Corners{5, 17, 16}));
 }
 
+// The back half repeats the front's shell bands and joints with every
+// corner list reversed, (a, b, c, d) becoming (d, c, b, a) as the back fans
+// and edge quads do; the reversed quad is split along the other diagonal.
+// Two steps, H = 28, A(i, q, p) = 4 + 12 (i - 1) + 3 q + p. Slots: 12 front
+// fans 12-19, edge quads 20-27, bands 28-43, joints 44-51; back fans 52-59,
+// edge quads 60-67, bands 68-83, joints 84-91; side bands 92-107.
+//   band i 1, j 0, q 0: front (4, 16, 17, 5), back (33, 45, 44, 32), stored
+//     (32, 45, 33) and (32, 44, 45);
+//   band i 1, j 1, q 3: front (14, 26, 27, 15), back (43, 55, 54, 42);
+//   joint q 0: front (6, 18, 19, 7), back (35, 47, 46, 34);
+//   joint q 3: front (15, 27, 16, 4), back (32, 44, 55, 43);
+//   first side band: c = L + 4 = 16, (16, 44, 45, 17).
+TEST(ChamferedCube, TwoStepBackShellReversesTheFront)
+{
+    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
+    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, 2, nullptr));
+    ASSERT_NE(mesh, nullptr);
+    ASSERT_EQ(mesh->PolygonCount, 108);
+    const uint32_t qf = 0x700c47u, qs = 0x700647u;
+    const UV z = {0, 0};
+    ExpectSlots(mesh.get(), {
+        {44, {7, 18, 6}, qf, {z, z, z}},
+        {45, {7, 19, 18}, qs, {z, z, z}},
+        {68, {32, 45, 33}, qf, {z, z, z}},
+        {69, {32, 44, 45}, qs, {z, z, z}},
+        {82, {42, 55, 43}, qf, {z, z, z}},
+        {83, {42, 54, 55}, qs, {z, z, z}},
+        {84, {34, 47, 35}, qf, {z, z, z}},
+        {85, {34, 46, 47}, qs, {z, z, z}},
+        {90, {43, 44, 32}, qf, {z, z, z}},
+        {91, {43, 55, 44}, qs, {z, z, z}},
+        {92, {17, 44, 16}, qf, {z, z, z}},
+        {93, {17, 45, 44}, qs, {z, z, z}},
+    });
+}
+
 // Every vertex lies at distance `chamfer` from the inner box [-e, e]^3:
 // the flat corners straight out from a face, the shell points on the
 // quarter cylinders and eighth spheres that round the edges and corners.
