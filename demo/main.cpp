@@ -20,12 +20,16 @@ namespace {
 
 using span3d_demo::Picture;
 using span3d_demo::Showcase;
+using span3d_demo::ShowcaseAnimation;
+using span3d_demo::ShowcaseSorted;
+using span3d_demo::ShowcaseZ;
 using span3d_demo::TestCard;
 
 // The showcases in the order they run. New ones are added here.
 const std::vector<Showcase>& Showcases()
 {
-    static const std::vector<Showcase> list = {TestCard};
+    static const std::vector<Showcase> list = {TestCard, ShowcaseZ, ShowcaseSorted,
+                                                ShowcaseAnimation};
     return list;
 }
 

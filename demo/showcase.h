@@ -28,4 +28,11 @@ using Showcase = bool (*)(Picture* out);
 // The flat test card: every flat rasterizer through the dispatch table.
 bool TestCard(Picture* out);
 
+// The showcase scene (showcase_scene.h) at 640 x 480: drawn in Z-buffer mode,
+// drawn in sorted mode, and a contact sheet of eight animation frames at half
+// size (whose frame rate is printed).
+bool ShowcaseZ(Picture* out);
+bool ShowcaseSorted(Picture* out);
+bool ShowcaseAnimation(Picture* out);
+
 }  // namespace span3d_demo

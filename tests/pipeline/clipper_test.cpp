@@ -740,6 +740,77 @@ TEST_P(ClipperDepthTextureTest, CutsUnscaledThenScalesByTheCornerDepth)
 INSTANTIATE_TEST_SUITE_P(Stages, ClipperDepthTextureTest, ::testing::ValuesIn(kDepthTextureCases),
                          [](const auto& info) { return std::string(info.param.Name); });
 
+// Near cut, then the right scissor edge at 26: the coordinates are scaled
+// once, before the screen pass, with each record's own 1/z, and the pass cuts
+// the scaled values; the colours are carried as floats through both cuts and
+// rounded only when packed. Diffuse, 9 x 5 slot (scale 8, 4), Gouraud.
+// After the near cut (see the first depth case): P (28, 12, 1) tex (0.5, 0.5)
+// -> (4, 2), colour (126.5, 0, 126.5); B (24, 16, 0.5) -> (0, 2), blue 253;
+// C (16, 8, 0.5) -> (2, 1), green 253; Q (20, 4, 1) (0.75, 0.25) -> (6, 1),
+// colour (126.5, 126.5, 0). Right pass: (P,B) enters at t = 0.5: R (26, 14),
+// tex (2, 2), colour (63.25, 0, 189.75) -> 3f00be. (B,C), (C,Q) copy.
+// (Q,P) copies Q, leaves at t = 0.75: S (26, 10), tex (6 - 2 x 0.75,
+// 1 + 0.75) = (4.5, 1.75), colour (126.5, 126.5 - 94.875, 94.875) =
+// (126.5, 31.625, 94.875) -> 7e 20 5f (had Q been rounded to 7e7e00 first,
+// blue would be 94.5 -> 5e). Fan (R,B,C), (R,C,Q), (R,Q,S).
+TEST_F(ClipperTest, NearCutThenScissorScalesOnceAndCarriesFloatColours)
+{
+    SetScissor(0, 26, 0, 32);
+    SetRecords(kOneBeyondNear);
+    SetSlot(&front, 0, 9, 5, 0);
+    polygon.CornerMap[0] = CornerCoords{1, 0, 5, 5};
+    polygon.CornerMap[1] = CornerCoords{0, 1, 5, 5};
+    polygon.CornerMap[2] = CornerCoords{0.5f, 0.5f, 5, 5};
+    polygon.CornerColour[0] = 0xfd0000u;
+    polygon.CornerColour[1] = 0x0000fdu;
+    polygon.CornerColour[2] = 0x00fd00u;
+    const MeshPolygon before = polygon;
+
+    Draw(0xf00007u);
+    EXPECT_EQ(DescribeCalls(), Describe({{{26, 14, 0.75f}, {24, 16, 0.5f}, {16, 8, 0.5f}},
+                                         {{26, 14, 0.75f}, {16, 8, 0.5f}, {20, 4, 1}},
+                                         {{26, 14, 0.75f}, {20, 4, 1}, {26, 10, 1}}}));
+    EXPECT_EQ(DescribeMaps(), "2 2 5 5; 0 2 5 5; 2 1 5 5; \n"
+                              "2 2 5 5; 2 1 5 5; 6 1 5 5; \n"
+                              "2 2 5 5; 6 1 5 5; 4.5 1.75 5 5; \n");
+    EXPECT_EQ(DescribeColours(), "3f00be 0000fd 00fd00\n"
+                                 "3f00be 00fd00 7e7e00\n"
+                                 "3f00be 7e7e00 7e205f\n");
+    EXPECT_EQ(memcmp(&polygon, &before, sizeof before), 0);
+}
+
+// The most a triangle can become: cut by near and far into a pentagon (the
+// "StraddlesNearAndFar" case: P1 (24, 8), P3 (17, 15), P4 (15.25, 14.25),
+// C (12, 12), P2 (10, 2)), then by a scissor of x 11..22, y 4..14.5 whose
+// every edge takes off one corner: left P2, right P1, top the left pass's
+// crossing near (11, 2.43), bottom P3. Each pass swaps one vertex for two:
+// 5 -> 6 -> 7 -> 8 -> 9 vertices, seven fan triangles, all around R1, the
+// right pass's crossing on (P1,P3) at t = 2/7: (22, 10), 1/z 1 - 0.875 x 2/7
+// = 0.75.
+TEST_F(ClipperTest, NearFarAndFourEdgesGiveNineVerticesSevenTriangles)
+{
+    SetScissor(11, 22, 4, 14.5f);
+    const VertexSetup records[3] = {
+        {{2, 2, -3}, kStale, 0x10}, {{2, 2, 11}, kStale, 0x20}, {{-5, 5, 5}, {12, 12, 0.2f}, 0}};
+    SetRecords(records);
+    for (uint32_t flags : {kFlatSolid, 0x1f00007u}) {
+        SCOPED_TRACE(flags);
+        g_Calls.clear();
+        Draw(flags);
+        EXPECT_EQ(g_Clip.ClipUnion, 0x3c0u);
+        EXPECT_EQ(g_Clip.ClipVertexCount, 9);
+        ASSERT_EQ(g_Calls.size(), 7u);
+        for (const RasterCall& call : g_Calls) {
+            EXPECT_EQ(call.Corner[0].x, 22.0f);
+            EXPECT_NEAR(call.Corner[0].y, 10.0f, 1e-5f);
+            EXPECT_EQ(call.Corner[0].z, 0.75f);
+            for (const Vector3& p : call.Corner) {
+                EXPECT_TRUE(p.x >= 11.0f && p.x <= 22.0f && p.y >= 4.0f && p.y <= 14.5f) << Text(p);
+            }
+        }
+    }
+}
+
 // Flat after a near cut: the polygon's corner-zero word, whatever the cut.
 TEST_F(ClipperTest, FlatColourSurvivesANearCut)
 {
