@@ -21,6 +21,8 @@ namespace {
 using span3d_demo::Picture;
 using span3d_demo::Showcase;
 using span3d_demo::ShowcaseAnimation;
+using span3d_demo::ShowcaseBlur;
+using span3d_demo::ShowcaseBlurFast;
 using span3d_demo::ShowcaseSorted;
 using span3d_demo::ShowcaseZ;
 using span3d_demo::TestCard;
@@ -29,7 +31,8 @@ using span3d_demo::TestCard;
 const std::vector<Showcase>& Showcases()
 {
     static const std::vector<Showcase> list = {TestCard, ShowcaseZ, ShowcaseSorted,
-                                                ShowcaseAnimation};
+                                                ShowcaseAnimation, ShowcaseBlur,
+                                                ShowcaseBlurFast};
     return list;
 }
 

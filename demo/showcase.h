@@ -34,5 +34,8 @@ bool TestCard(Picture* out);
 bool ShowcaseZ(Picture* out);
 bool ShowcaseSorted(Picture* out);
 bool ShowcaseAnimation(Picture* out);
+// The Z-buffer picture softened by three passes of FSBlur, and of FSBlurFast.
+bool ShowcaseBlur(Picture* out);
+bool ShowcaseBlurFast(Picture* out);
 
 }  // namespace span3d_demo

@@ -76,6 +76,30 @@ bool ShowcaseZ(Picture* out) { return Still(out, "showcase.png", true); }
 
 bool ShowcaseSorted(Picture* out) { return Still(out, "showcase_sorted.png", false); }
 
+// The Z-buffer picture after three passes of each full-screen filter, as a
+// host would soften a finished frame: FSBlur on 16-bit words, FSBlurFast on
+// pairs of pixels at once. Three passes make the difference visible.
+namespace {
+constexpr int32_t kBlurPasses = 3;
+
+bool Blurred(Picture* out, const char* fileName, bool fast)
+{
+    if (!Still(out, fileName, true)) return false;
+    for (int32_t pass = 0; pass < kBlurPasses; ++pass) {
+        if (fast) {
+            FSBlurFast(reinterpret_cast<uint32_t*>(out->pixels.data()), out->width, (uint32_t)out->height);
+        } else {
+            FSBlur(out->pixels.data(), (uint32_t)out->width, (uint32_t)out->height);
+        }
+    }
+    return true;
+}
+}  // namespace
+
+bool ShowcaseBlur(Picture* out) { return Blurred(out, "showcase_blur.png", false); }
+
+bool ShowcaseBlurFast(Picture* out) { return Blurred(out, "showcase_blur_fast.png", true); }
+
 bool ShowcaseAnimation(Picture* out)
 {
     out->fileName = "showcase_anim.png";
