@@ -418,6 +418,37 @@ TEST(Emission, CullTable)
     }
 }
 
+// The pivot enters the side test as S = E . N + PlaneD - Pivot . N, with E the
+// camera in model space (pivot not taken off). Camera at the origin, normal
+// +z, so S = PlaneD - pivot z; vertices at z 10 (view z 10 + pivot z, in
+// front of near in every case). Under front-only, S < 0 is kept.
+TEST(Emission, PivotEntersTheSideTest)
+{
+    struct Case {
+        const char* name;
+        float pivotZ;
+        float planeD;
+        int32_t kept;
+    };
+    const Case cases[] = {
+        {"NoPivotBack", 0, 5, 0},              // S = 5
+        {"PivotTurnsItToFront", 8, 5, 1},      // S = 5 - 8 = -3 (with + it would be 13)
+        {"PivotTurnsItToBack", -8, -5, 0},     // S = -5 + 8 = 3
+        {"PivotOnThePlaneIsEdgeOn", 5, 5, 0},  // S = 0: back, culled
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig(3, 1, SPAN3D_CULL_FRONT_ONLY);
+        rig.Vertex(0, 0, 0, 10);
+        rig.Vertex(1, 1, 0, 10);
+        rig.Vertex(2, 0, 1, 10);
+        rig.mesh->Pivot = {0.0f, 0.0f, c.pivotZ};
+        rig.Polygon(0, 0, 1, 2, c.planeD);
+        EXPECT_EQ(rig.EmitZ(&EmitZUnlit), c.kept);
+        EXPECT_EQ(g_Frame.MainCount, c.kept);
+    }
+}
+
 TEST(Emission, BillboardsNeverCullAndShowTheirFront)
 {
     // A mesh in cull mode 0 would draw nothing; a billboard draws all three,
@@ -752,6 +783,35 @@ TEST(EmissionLit, FacingAwayFromTheCameraWithoutLightsIsBlack)
     EXPECT_EQ(rig.EmitZ(&EmitZLit), 1);
     EXPECT_EQ(p->Flags & SPAN3D_BACK_FACE_BIT, SPAN3D_BACK_FACE_BIT);
     EXPECT_EQ(p->CornerColour[0], 0u);
+}
+
+TEST(EmissionLit, ViewCosineIsDotTimesInverseLengthOfTheEye)
+{
+    // Camera at (0, 3, -4): E = (0, 3, -4), L = 1/5. Front face (normal +z,
+    // PlaneD -10): D = -4, S = -14, cosine -(D L) = 0.8f. Channels 0.8f x
+    // (80, 160, 240) = 64.000001, 128.000002, 192.000003 -> 64, 128, 192:
+    // 8 << 10 | 16 << 5 | 24 = 0x2218.
+    // Seen from the back (normal -z, PlaneD 10): D = 4, S = 14, cosine D L =
+    // 0.8f on the back material (248, 0, 8): 198.4 -> 198, 0, 6.4 -> 6:
+    // (198 & 0xf8) << 7 | 0 | 6 >> 3 = 0x6000.
+    struct Case {
+        const char* name;
+        bool seenFromBack;
+        uint32_t colour;
+    };
+    const Case cases[] = {
+        {"Front", false, 0x2218u},
+        {"Back", true, 0x6000u},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Rig rig(3, 1, SPAN3D_CULL_BOTH);
+        MakeLit(rig, c.seenFromBack);
+        rig.camera.WorldPosition = {0.0f, 3.0f, -4.0f};
+        const MeshPolygon* p = rig.mesh->Polygons;
+        EXPECT_EQ(rig.EmitZ(&EmitZLit), 1);
+        for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(p->CornerColour[k], c.colour);
+    }
 }
 
 TEST(EmissionLit, ShadeModeSelectsTheShader)
