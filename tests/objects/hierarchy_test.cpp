@@ -1,124 +1,12 @@
 // Node hierarchy: attaching and detaching, and the sort-block arithmetic that
 // follows every change, in and out of a scene. After each step of each case
-// the invariants that hosts and the frame driver rely on are checked: a
-// mesh's SortCapacity is its polygons plus its mesh children's, exactly one
-// owner (the top of a tree, or the top's scene) holds a block, that block has
-// the right number of slots and was handed to the sort, and TotalPolygons
-// adds up.
-#include <gtest/gtest.h>
-
-#include <malloc.h>
-
-#include <vector>
-
-#include "kernel/kernel.h"
-#include "objects/objects.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define SPAN3D_TEST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define SPAN3D_TEST_ASAN 1
-#endif
-#endif
-#if defined(SPAN3D_TEST_ASAN)
-#include <sanitizer/allocator_interface.h>
-#endif
+// the shared invariant checker runs (SortCapacity sums, one block owner per
+// tree or scene, block sizes, TotalPolygons).
+#include "object_test_support.h"
 
 namespace span3d {
 namespace {
-
-// ---------------------------------------------------------------- invariants
-
-// A sort block of `slots` slots: DrawItems where the layout puts them, the
-// indices reset to 0 .. slots-1 (nothing has sorted since), and the block as
-// large as the layout needs: exactly, where the sanitizer knows the size of
-// an allocation, else at least (the C heap rounds up).
-void ExpectBlock(const uint32_t* block, const DrawItem* items, int32_t slots, const char* owner)
-{
-    SCOPED_TRACE(owner);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(items, SortBlockItems(const_cast<uint32_t*>(block), slots));
-    for (int32_t i = 0; i < slots; ++i) {
-        ASSERT_EQ(block[i], static_cast<uint32_t>(i)) << "slot " << i;
-    }
-    size_t bytes = SortBlockBytes(slots);
-    if (bytes == 0) bytes = 1;  // the host allocator's smallest block
-#if defined(SPAN3D_TEST_ASAN)
-    EXPECT_EQ(__sanitizer_get_allocated_size(block), bytes);
-#else
-    EXPECT_GE(malloc_usable_size(const_cast<uint32_t*>(block)), bytes);
-#endif
-}
-
-bool IsMeshNode(const Node* node) { return IsAnyMeshKind(node->Kind); }
-
-// Checks the tree below mesh `mesh` and returns the slots it needs. Mesh
-// children hold no block and no scene; Parent and Children agree.
-int32_t CheckSubtree(const Mesh* mesh)
-{
-    int32_t expected = mesh->PolygonCount;
-    const Node* node = &mesh->Head;
-    EXPECT_EQ(node->Children == nullptr, node->ChildCount == 0);
-    for (int32_t i = 0; i < node->ChildCount; ++i) {
-        const Node* child = node->Children[i];
-        EXPECT_EQ(child->Parent, node);
-        if (!IsMeshNode(child)) continue;
-        const Mesh* m = reinterpret_cast<const Mesh*>(child);
-        if (NodeKind(node) == KindMesh) {
-            EXPECT_EQ(m->SortIndices, nullptr);
-            EXPECT_NE(m->DrawItems, nullptr);  // stale, still marks it fixed
-            EXPECT_EQ(m->Scene, nullptr);
-            expected += CheckSubtree(m);
-        }
-    }
-    EXPECT_EQ(mesh->SortCapacity, expected);
-    return expected;
-}
-
-// A top without a scene owns a block of SortCapacity slots.
-void ExpectLoneTop(const Mesh* top)
-{
-    EXPECT_EQ(top->Head.Parent, nullptr);
-    EXPECT_EQ(top->Scene, nullptr);
-    CheckSubtree(top);
-    ExpectBlock(top->SortIndices, top->DrawItems, top->SortCapacity, "top");
-}
-
-// A scene owns one block for all its trees; its tops own none.
-void ExpectScene(const Scene* scene)
-{
-    int32_t polygons = 0, vertices = 0;
-    for (const Mesh* m = scene->Meshes; m != nullptr; m = m->SceneNext) {
-        EXPECT_EQ(m->Scene, scene);
-        EXPECT_EQ(m->SortIndices, nullptr);
-        polygons += CheckSubtree(m);
-        vertices += m->VertexCount;
-        if (m->SceneNext != nullptr) {
-            EXPECT_EQ(m->SceneNext->ScenePrev, m);
-        }
-    }
-    EXPECT_EQ(scene->TotalPolygons, polygons);
-    EXPECT_EQ(scene->TotalVertices, vertices);
-    // A scene gets its first block with its first mesh, and keeps one from
-    // then on, even for no slots.
-    if (scene->SortIndices == nullptr) {
-        EXPECT_EQ(scene->Meshes, nullptr);
-        EXPECT_EQ(scene->TotalPolygons, 0);
-    } else {
-        ExpectBlock(scene->SortIndices, scene->DrawItems, scene->TotalPolygons, "scene");
-    }
-}
-
-Mesh* MakeMesh(int32_t polygons, uint32_t tv = 0)
-{
-    Mesh* mesh = CreateMesh(3, polygons, 0);
-    mesh->RenderFlags |= SPAN3D_MESH_ACTIVE;  // ActivateMesh's bit: may join a scene
-    mesh->TvObject = tv;
-    return mesh;
-}
-
-Node* N(Mesh* m) { return &m->Head; }
+using namespace test;
 
 // ---------------------------------------------------------------- table
 
@@ -207,21 +95,6 @@ TEST(Hierarchy, SortBlockInvariantsTable)
     }
 }
 
-Camera* MakeCamera()
-{
-    Vector3 p = {0.0f, 0.0f, 0.0f};
-    Vector3 t = {0.0f, 0.0f, 1.0f};
-    return CreateCamera(&p, &t, 0.0f, 60.0f, 10.0f);
-}
-
-Light* MakeDirectLight()
-{
-    Vector3 p = {0.0f, 0.0f, 0.0f};
-    Vector3 t = {0.0f, 0.0f, 1.0f};
-    float colour[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-    return CreateDirectLight(&p, &t, colour, 1.0f, 0);
-}
-
 TEST(Hierarchy, CamerasCarryNoPolygons)
 {
     Scene* scene = CreateScene();
@@ -269,7 +142,7 @@ TEST(Hierarchy, LeavingASceneByAttachKeepsTheLights)
     Scene* scene = CreateScene();
     Mesh* parent = MakeMesh(20);
     Mesh* lit = MakeMesh(10);
-    Light* light = MakeDirectLight();
+    Light* light = MakeLight(nullptr, true);
     AssignLightToScene(scene, light, 0);
     ASSERT_EQ(AssignMeshToScene(scene, lit, 1), lit);
     ASSERT_EQ(lit->LightList[0], light);
@@ -303,11 +176,11 @@ TEST(Hierarchy, MeshVariantCountsAsChildNotAsParent)
     EXPECT_EQ(variant->SortCapacity, 10);
     EXPECT_EQ(top->SortCapacity, 30);
     EXPECT_NE(below->SortIndices, nullptr);  // still its own top, for sorting
-    ExpectBlock(top->SortIndices, top->DrawItems, 30, "top");
+    ExpectBlock(top->SortIndices, top->DrawItems, 30);
     DetachChildFromNode(N(variant), N(below));
     DetachChildFromNode(N(top), N(variant));
     ExpectLoneTop(top);
-    ExpectBlock(variant->SortIndices, variant->DrawItems, 10, "variant");
+    ExpectBlock(variant->SortIndices, variant->DrawItems, 10);
     variant->Head.Kind = SPAN3D_KIND_MESH;
     DeleteMesh(top);
     DeleteMesh(variant);
@@ -326,12 +199,12 @@ TEST(Hierarchy, DeleteMeshTakesMeshChildrenAndCutsTheRestLoose)
     Mesh* root = MakeMesh(5);
     Mesh* a = MakeMesh(3);
     Mesh* a1 = MakeMesh(2);
-    Mesh* kept = MakeMesh(4, 1);
+    Mesh* kept = MakeMesh(4, 3, 1);
     Mesh* k1 = MakeMesh(1);
     Camera* k2 = MakeCamera();
     Camera* camera = MakeCamera();
     Mesh* c1 = MakeMesh(6);
-    Light* light = MakeDirectLight();
+    Light* light = MakeLight(nullptr, true);
     AttachChildToNode(N(a), N(a1));
     AttachChildToNode(N(root), N(a));
     AttachChildToNode(N(kept), N(k1));
@@ -370,7 +243,7 @@ TEST(Hierarchy, DeleteMeshLeavesParentAndScene)
     AttachChildToNode(N(top), N(child));
     AssignMeshToScene(scene, top, 0);
     AssignMeshToScene(scene, other, 0);
-    Light* light = MakeDirectLight();
+    Light* light = MakeLight(nullptr, true);
     AssignLightToScene(scene, light, 1);
     EXPECT_EQ(scene->TotalPolygons, 37);
 

@@ -1,34 +1,12 @@
 // Materials: slot filling, stage bits, the fourth slot's overlap, template
 // naming, colour clamping, flag setters and assignment to polygons.
-#include <gtest/gtest.h>
-
 #include <math.h>
-#include <stdio.h>
-#include <string.h>
 
-#include "kernel/kernel.h"
-#include "objects/objects.h"
+#include "object_test_support.h"
 
 namespace span3d {
 namespace {
-
-// The default name a family counter value stands for: word, "0" below 10,
-// then the counter in decimal.
-void ExpectedName(char* out, const char* word, int32_t counter)
-{
-    snprintf(out, 40, counter < 10 ? "%s0%d" : "%s%d", word, counter);
-}
-
-Texture MakeTexture(int32_t width, int32_t height, int32_t pitchBytes, Pixel15* pixels)
-{
-    Texture t;
-    memset(&t, 0, sizeof(t));
-    t.Width = width;
-    t.Height = height;
-    t.PitchBytes = pitchBytes;
-    t.Pixels = pixels;
-    return t;
-}
+using namespace test;
 
 Material BlankMaterial()
 {
@@ -67,13 +45,7 @@ TEST(MaterialPowerOfTwo, Table)
 TEST(MaterialTexture, SlotFillTable)
 {
     Pixel15 texels[4] = {};
-    struct Case {
-        const char* name;
-        int32_t width, height, pitchBytes, mode;
-        uint32_t slot;
-        uint32_t expectMode;
-        int32_t expectShiftOrPitch;
-    };
+    struct Case { const char* name; int32_t width, height, pitchBytes, mode; uint32_t slot, expectMode; int32_t shiftOrPitch; };
     const Case cases[] = {
         // Both sizes powers of two: bit 30 and log2(Width), whatever the pitch.
         {"256x128 pitch 512", 256, 128, 512, 2, 0, 0x40000002u, 8},
@@ -97,10 +69,8 @@ TEST(MaterialTexture, SlotFillTable)
                   reinterpret_cast<unsigned char*>(&m) + offsetof(Material, Slot) +
                       c.slot * sizeof(TextureSlot));
         EXPECT_EQ(slot->Mode, c.expectMode);
-        EXPECT_EQ(slot->ShiftOrPitch, c.expectShiftOrPitch);
+        EXPECT_EQ(slot->ShiftOrPitch, c.shiftOrPitch);
         EXPECT_EQ(slot->Pixels, texels);
-        EXPECT_EQ(slot->Width, c.width);
-        EXPECT_EQ(slot->Height, c.height);
         EXPECT_EQ(slot->Texture, &t);
         // The slot's stage bit is added; other stage bits stay.
         EXPECT_EQ(m.MaterialFlags, 0x700063u | SPAN3D_STAGE_THIRD | (0x800000u << c.slot));
@@ -117,14 +87,11 @@ TEST(MaterialTexture, NullTextureClearsSlotAndStage)
     SetMaterialTexture(&m, 0, &t, 2);
     m.Slot[1].Reserved = 0x5a5a;
     TextureSlot* slot = SetMaterialTexture(&m, 1, nullptr, 7);
+    TextureSlot cleared;
+    memset(&cleared, 0, sizeof cleared);
+    cleared.Reserved = 0x5a5a;  // not part of the fill
     EXPECT_EQ(slot, &m.Slot[1]);
-    EXPECT_EQ(slot->Mode, 0u);
-    EXPECT_EQ(slot->Pixels, nullptr);
-    EXPECT_EQ(slot->Width, 0);
-    EXPECT_EQ(slot->Height, 0);
-    EXPECT_EQ(slot->ShiftOrPitch, 0);
-    EXPECT_EQ(slot->Texture, nullptr);
-    EXPECT_EQ(slot->Reserved, 0x5a5au);  // not part of the fill
+    EXPECT_EQ(memcmp(slot, &cleared, sizeof cleared), 0);
     EXPECT_EQ(m.MaterialFlags, SPAN3D_STAGE_DIFFUSE);
 }
 
@@ -172,23 +139,6 @@ TEST(MaterialTexture, FourthSlotOverlapsColorOpAndNameNeverKeepWord)
     SetMaterialTexture(&m, 3, nullptr, 0);
     EXPECT_EQ(m.ColorOp, 0u);
     EXPECT_EQ(m.KeepWord, 0xcafebabeu);
-}
-
-TEST(MaterialTexture, FourthSlotOfDefaultMaterialStopsBeforeMeshFields)
-{
-    // In a mesh the embedded material is followed by ScenePrev: slot 3 never
-    // reaches it.
-    Mesh* mesh = CreateMesh(0, 0, 0);
-    ASSERT_NE(mesh, nullptr);
-    Pixel15 texel = 0;
-    Texture t = MakeTexture(1, 1, 2, &texel);
-    mesh->ScenePrev = reinterpret_cast<Mesh*>(uintptr_t(0x1000));
-    mesh->DefaultMaterial.KeepWord = 7;
-    SetMaterialTexture(&mesh->DefaultMaterial, 3, &t, 7);
-    EXPECT_EQ(mesh->ScenePrev, reinterpret_cast<Mesh*>(uintptr_t(0x1000)));
-    EXPECT_EQ(mesh->DefaultMaterial.KeepWord, 7u);
-    mesh->ScenePrev = nullptr;
-    DeleteMesh(mesh);
 }
 
 TEST(MaterialTexture, TextureModeBits)
@@ -263,7 +213,7 @@ TEST(MaterialCreate, TemplateTakesTheNameTheCopyKeepsTheOldOne)
     templ.DiffuseColour[1] = 12.0f;
     SetMaterialName(&templ, "Stone");
     const int32_t n = NameCounter(kNameMaterial);
-    char first[40], second[40];
+    char first[32], second[32];
     ExpectedName(first, "Material", n);
     ExpectedName(second, "Material", n + 1);
 
@@ -289,12 +239,7 @@ TEST(MaterialCreate, TemplateTakesTheNameTheCopyKeepsTheOldOne)
 
 TEST(MaterialColour, ClampTable)
 {
-    struct Case {
-        const char* name;
-        int32_t which;
-        float r, g, b;
-        float er, eg, eb;
-    };
+    struct Case { const char* name; int32_t which; float r, g, b, er, eg, eb; };
     const Case cases[] = {
         {"ambient 300 -4 20", 0, 300.0f, -4.0f, 20.0f, 255.0f, 0.0f, 20.0f},
         {"diffuse at the bounds", 1, 0.0f, 255.0f, 254.5f, 0.0f, 255.0f, 254.5f},
@@ -443,56 +388,32 @@ TEST(MaterialOnMesh, SetMaterialSides)
 
 TEST(MaterialOnMesh, RecursionReachesMeshChildrenWithTheirOwnDefault)
 {
-    Mesh* root = MakeTriangles(1);
-    Mesh* child = MakeTriangles(2);
-    Mesh* grandchild = MakeTriangles(1);
-    Vector3 origin = {0, 0, 0};
-    Camera* camera = CreateCamera(&origin, &origin, 0, 60, 10);
-    // Children arrays set up by hand; the hierarchy code is not involved.
-    Node* rootChildren[] = {&camera->Head, &child->Head};
-    Node* childChildren[] = {&grandchild->Head};
-    root->Head.Children = rootChildren;
-    root->Head.ChildCount = 2;
-    child->Head.Children = childChildren;
-    child->Head.ChildCount = 1;
-    const Camera cameraBefore = *camera;
-
+    // root -- camera node (passed over), child -- grandchild.
+    Tree tree;
+    Mesh* root = tree.NewMesh();
+    Node* camera = tree.NewNode(SPAN3D_KIND_CAMERA);
+    Mesh* child = tree.NewMesh();
+    Mesh* grandchild = tree.NewMesh();
+    tree.Link(N(root), {camera, N(child)});
+    tree.Link(N(child), {N(grandchild)});
+    for (Mesh* m : {root, child, grandchild}) SetMeshTriPolygon(m, 0, 0, 1, 2, 0, 0);
     Material blue = BlankMaterial();
     EXPECT_EQ(SetMaterial(root, &blue, 1, 1), 1);
-    EXPECT_EQ(root->Polygons[0].BackMaterial, &blue);
-    EXPECT_EQ(child->Polygons[1].BackMaterial, &blue);
-    EXPECT_EQ(grandchild->Polygons[0].BackMaterial, &blue);
-    EXPECT_EQ(memcmp(camera, &cameraBefore, sizeof(Camera)), 0);  // not a mesh: passed over
-
+    for (Mesh* m : {root, child, grandchild}) EXPECT_EQ(m->Polygons[0].BackMaterial, &blue);
     // Null goes down as null: each mesh takes its own default.
     SetMaterial(root, nullptr, 1, 1);
-    EXPECT_EQ(root->Polygons[0].BackMaterial, &root->DefaultMaterial);
-    EXPECT_EQ(child->Polygons[0].BackMaterial, &child->DefaultMaterial);
-    EXPECT_EQ(grandchild->Polygons[0].BackMaterial, &grandchild->DefaultMaterial);
-
+    for (Mesh* m : {root, child, grandchild}) EXPECT_EQ(m->Polygons[0].BackMaterial, &m->DefaultMaterial);
     // recurse must be exactly 1.
     SetMaterial(root, &blue, 0, 2);
     EXPECT_EQ(root->Polygons[0].FrontMaterial, &blue);
     EXPECT_EQ(child->Polygons[0].FrontMaterial, &child->DefaultMaterial);
-
-    root->Head.Children = nullptr;
-    root->Head.ChildCount = 0;
-    child->Head.Children = nullptr;
-    child->Head.ChildCount = 0;
-    DeleteMesh(grandchild);
-    DeleteMesh(child);
-    DeleteMesh(root);
-    DeleteCamera(camera);
 }
 
 TEST(MaterialOnMesh, FaceMaterialTable)
 {
     Material green = BlankMaterial();
-    struct Case {
-        const char* name;
-        int32_t polygon, pair, side, result;
-        int32_t firstChanged, lastChanged;  // polygons whose side changed, inclusive; -1 none
-    };
+    // firstChanged..lastChanged: the polygons whose side changed; -1 none.
+    struct Case { const char* name; int32_t polygon, pair, side, result, firstChanged, lastChanged; };
     const Case cases[] = {
         {"one polygon front", 1, 0, 0, 1, 1, 1},
         {"pair takes the next", 1, 1, 0, 1, 1, 2},
@@ -548,14 +469,9 @@ TEST(MaterialOnMesh, ByNameFrontBeforeBackEmptyNeverMatches)
     // matches, not even an empty query.
     EXPECT_EQ(GetMaterialByName(mesh, ""), nullptr);
     DeleteMesh(mesh);
-}
-
-TEST(MaterialOnMesh, ByNameSkipsSlotsNeverFilled)
-{
-    Mesh* mesh = CreateMesh(3, 2, 0);  // slot 0 left empty: no materials
+    // A polygon slot never filled has no materials and is passed over.
+    mesh = CreateMesh(3, 2, 0);
     SetMeshTriPolygon(mesh, 1, 0, 1, 2, 0, 0);
-    Material a = BlankMaterial();
-    SetMaterialName(&a, "Gold");
     SetFaceMaterial(mesh, 1, &a, 0, 0);
     EXPECT_EQ(GetMaterialByName(mesh, "Gold"), &a);
     DeleteMesh(mesh);
@@ -575,11 +491,7 @@ TEST(MaterialOnMesh, RemoveMaterialFromMeshRestoresDefaults)
         EXPECT_EQ(mesh->Polygons[i].BackMaterial, i == 1 ? &kept : &mesh->DefaultMaterial);
     }
     DeleteMesh(mesh);
-}
-
-TEST(MaterialOnMesh, GetMaterialOfEmptyGrowableMeshIsNull)
-{
-    Mesh* mesh = CreateMesh(0, 0, 0);
+    mesh = CreateMesh(0, 0, 0);  // growable and empty: no polygon to read
     EXPECT_EQ(GetMaterial(mesh, 0), nullptr);
     DeleteMesh(mesh);
 }

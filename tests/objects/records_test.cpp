@@ -68,22 +68,6 @@ TEST(Records, WritingMaterialSlot3OverwritesColorOpAndNameButNeverKeepWord)
     EXPECT_EQ(memcmp(b + hi - 8, "\xa4\xa3\xa2\xa1", 4), 0);
 }
 
-TEST(Records, NameChangeWritesIntoSlot3)
-{
-    Material m;
-    memset(&m, 0, sizeof m);
-    m.ColorOp = 0x0007;
-    // A name of 19 characters reaches into slot 3's Mode, Pixels and Width.
-    strcpy(m.Name, "ABCDEFGHIJKLMNOPQRS");
-    const TextureSlotView* s = MaterialSlotView(&m, 3);
-    // Mode = ColorOp | 'A' << 16 | 'B' << 24.
-    EXPECT_EQ(s->Mode, 0x42410007u);
-    // Pixels = Name[6..13] = "GHIJKLMN", little-endian.
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(s->Pixels), uintptr_t{0x4e4d4c4b4a494847u});
-    // Width = Name[14..17] = "OPQR".
-    EXPECT_EQ(static_cast<uint32_t>(s->Width), 0x5251504fu);
-}
-
 TEST(Records, SlotsZeroToTwoAreTheEmbeddedRecords)
 {
     Material m;
@@ -97,11 +81,7 @@ TEST(Records, SlotsZeroToTwoAreTheEmbeddedRecords)
 
 TEST(Records, NodeKindTests)
 {
-    struct Case {
-        const char* name;
-        uint32_t kind;
-        bool anyMesh, plainMesh;
-    };
+    struct Case { const char* name; uint32_t kind; bool anyMesh, plainMesh; };
     // Only the low six bits count; the upper bits carry nothing.
     const Case cases[] = {
         {"not_a_node", 0, false, false},
@@ -117,8 +97,7 @@ TEST(Records, NodeKindTests)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        Node n;
-        memset(&n, 0, sizeof n);
+        Node n{};
         n.Kind = c.kind;
         EXPECT_EQ(span3d::NodeKind(&n), c.kind & 63u);
         EXPECT_EQ(span3d::IsAnyMeshKind(c.kind), c.anyMesh);

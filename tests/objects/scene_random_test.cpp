@@ -33,45 +33,25 @@
 //   - a light is taken off the meshes outside its scene before it is
 //     deleted (its delete tells only the meshes of its own scene), and the
 //     viewport drops a camera that is about to be deleted.
-#include <gtest/gtest.h>
-
-#include <malloc.h>
-
 #include <algorithm>
 #include <map>
 #include <random>
 #include <set>
-#include <vector>
 
-#include "kernel/kernel.h"
-#include "objects/objects.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define SPAN3D_TEST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define SPAN3D_TEST_ASAN 1
-#endif
-#endif
-#if defined(SPAN3D_TEST_ASAN)
-#include <sanitizer/allocator_interface.h>
-#endif
+#include "object_test_support.h"
 
 namespace span3d {
 namespace {
+using test::ExpectBlock;
 
 template <class T> int32_t Find(const std::vector<T*>& v, const T* x)
 {
-    for (size_t i = 0; i < v.size(); ++i) {
-        if (v[i] == x) return static_cast<int32_t>(i);
-    }
-    return -1;
+    auto it = std::find(v.begin(), v.end(), x);
+    return it == v.end() ? -1 : static_cast<int32_t>(it - v.begin());
 }
-
 template <class T> void Erase(std::vector<T*>& v, const T* x)
 {
-    const int32_t i = Find(v, x);
-    if (i >= 0) v.erase(v.begin() + i);
+    if (const int32_t i = Find(v, x); i >= 0) v.erase(v.begin() + i);
 }
 
 // The unlink of cameras and skeletons: removing the tail of a list of two or
@@ -119,34 +99,16 @@ struct World {
     template <class T> T* Any(const std::vector<T*>& v) { return v.empty() ? nullptr : v[Pick(static_cast<int32_t>(v.size()))]; }
 
     // ------------------------------------------------------------ queries
-    Scene* SceneOfMesh(const Mesh* m)
+    // The scene whose model list holds x, or null.
+    template <class T> Scene* Holder(std::vector<T*> SceneModel::*list, const T* x)
     {
         for (auto& [s, model] : sm) {
-            if (Find(model.meshes, m) >= 0) return s;
+            if (Find(model.*list, x) >= 0) return s;
         }
         return nullptr;
     }
-    Scene* SceneOfLight(const Light* l)
-    {
-        for (auto& [s, model] : sm) {
-            if (Find(model.lights, l) >= 0) return s;
-        }
-        return nullptr;
-    }
-    bool CameraListed(const Camera* c)
-    {
-        for (auto& [s, model] : sm) {
-            if (Find(model.cameras, c) >= 0) return true;
-        }
-        return false;
-    }
-    bool MaterialListed(const Material* m)
-    {
-        for (auto& [s, model] : sm) {
-            if (Find(model.materials, m) >= 0) return true;
-        }
-        return false;
-    }
+    Scene* SceneOfMesh(const Mesh* m) { return Holder(&SceneModel::meshes, m); }
+    Scene* SceneOfLight(const Light* l) { return Holder(&SceneModel::lights, l); }
     Node* ParentOf(Node* n) { return parent.count(n) ? parent[n] : nullptr; }
     Mesh* TopOf(Mesh* m)
     {
@@ -282,22 +244,14 @@ struct World {
         }
         return count;
     }
-    void KillCamera(Camera* c)
+    // Cameras and lights: both nodes cut loose, then gone from the model.
+    template <class T> void KillPlaced(std::vector<T*>& all, T* x)
     {
-        ModelDetach(&c->Head);
-        ModelDetach(&c->TargetNode);
-        Erase(cameras, c);
-        Forget(&c->Head);
-        Forget(&c->TargetNode);
+        for (Node* n : {&x->Head, &x->TargetNode}) ModelDetach(n), Forget(n);
+        Erase(all, x);
     }
-    void KillLight(Light* l)
-    {
-        ModelDetach(&l->Head);
-        ModelDetach(&l->TargetNode);
-        Erase(lights, l);
-        Forget(&l->Head);
-        Forget(&l->TargetNode);
-    }
+    void KillCamera(Camera* c) { KillPlaced(cameras, c); }
+    void KillLight(Light* l) { KillPlaced(lights, l); }
 
     // A camera or light is deleted only with no children (host rule).
     void DetachAllChildren(Node* n)
@@ -334,25 +288,6 @@ struct World {
 
 // ---------------------------------------------------------------- checker
 
-// A block of `slots` slots: items where the layout puts them, indices reset
-// to 0 .. slots-1 (nothing sorts in this test), and exactly the bytes the
-// layout needs where the sanitizer can tell (at least, on the plain heap).
-void CheckBlock(const uint32_t* block, const DrawItem* items, int32_t slots)
-{
-    ASSERT_NE(block, nullptr);
-    ASSERT_EQ(items, SortBlockItems(const_cast<uint32_t*>(block), slots));
-    for (int32_t i = 0; i < slots; ++i) {
-        ASSERT_EQ(block[i], static_cast<uint32_t>(i));
-    }
-    size_t bytes = SortBlockBytes(slots);
-    if (bytes == 0) bytes = 1;  // the host allocator's smallest block
-#if defined(SPAN3D_TEST_ASAN)
-    ASSERT_EQ(__sanitizer_get_allocated_size(block), bytes);
-#else
-    ASSERT_GE(malloc_usable_size(const_cast<uint32_t*>(block)), bytes);
-#endif
-}
-
 // A member list as the scene's head reaches it, checked for both links.
 template <class T> std::vector<T*> Walk(T* head)
 {
@@ -385,20 +320,12 @@ void CheckWorld(World& w)
 
     std::set<const uint32_t*> blocks;
     int32_t owners = 0;
+    // Capacities and children's blocks are checked from the tops down
+    // (meshes hang only below meshes, so every mesh is reached).
     for (Mesh* m : w.meshes) {
-        // Capacity: own polygons plus the mesh children's.
-        int32_t expected = m->PolygonCount;
-        for (Node* c : w.children[&m->Head]) {
-            if (IsPlainMesh(c)) expected += AsMesh(c)->SortCapacity;
-        }
-        ASSERT_EQ(m->SortCapacity, expected);
-        ASSERT_NE(m->DrawItems, nullptr);  // fixed, even without a block
-        Scene* s = w.SceneOfMesh(m);
-        ASSERT_EQ(m->Scene, s);
-        if (m->Head.Parent != nullptr || s != nullptr) {
-            ASSERT_EQ(m->SortIndices, nullptr);  // a parent or a scene holds the slots
-        } else {
-            CheckBlock(m->SortIndices, m->DrawItems, m->SortCapacity);
+        ASSERT_EQ(m->Scene, w.SceneOfMesh(m));
+        if (m->Head.Parent == nullptr && m->Scene == nullptr) {
+            test::ExpectLoneTop(m);
             blocks.insert(m->SortIndices);
             ++owners;
         }
@@ -417,21 +344,13 @@ void CheckWorld(World& w)
         ASSERT_EQ(Walk(s->Skeletons), model.skeletons);
         ASSERT_EQ(s->ActiveCamera, model.active);
         ASSERT_EQ(s->Viewport, model.viewport);
-        int32_t polygons = 0, vertices = 0;
-        for (Mesh* m : model.meshes) {
-            ASSERT_EQ(m->Head.Parent, nullptr);
-            polygons += m->SortCapacity;
-            vertices += m->VertexCount;
-        }
-        ASSERT_EQ(s->TotalPolygons, polygons);
-        ASSERT_EQ(s->TotalVertices, vertices);
+        for (Mesh* m : model.meshes) ASSERT_EQ(m->Head.Parent, nullptr);
+        test::ExpectScene(s);
         ASSERT_EQ(s->SceneWord & SPAN3D_SCENE_READY, model.hadMesh ? SPAN3D_SCENE_READY : 0u);
+        ASSERT_EQ(s->SortIndices != nullptr, model.hadMesh);
         if (model.hadMesh) {
-            CheckBlock(s->SortIndices, s->DrawItems, s->TotalPolygons);
             blocks.insert(s->SortIndices);
             ++owners;
-        } else {
-            ASSERT_EQ(s->SortIndices, nullptr);
         }
     }
     // Exactly one owner per block.
@@ -650,7 +569,7 @@ void Step(World& w, Op op)
         Scene* s = w.Any(w.scenes);
         Camera* c = w.Any(w.cameras);
         if (s == nullptr || c == nullptr) return;
-        const int32_t expected = w.CameraListed(c) ? 0 : 1;
+        const int32_t expected = (w.Holder(&SceneModel::cameras, c) != nullptr) ? 0 : 1;
         if (expected) {
             SceneModel& model = w.sm[s];
             if (model.cameras.empty()) model.active = 0;
@@ -759,7 +678,7 @@ void Step(World& w, Op op)
         Material* m = w.Any(w.materials);
         if (s == nullptr || m == nullptr) return;
         if (w.Chance(50)) {
-            if (w.MaterialListed(m)) return;  // no list may hold it already
+            if ((w.Holder(&SceneModel::materials, m) != nullptr)) return;  // no list may hold it already
             w.sm[s].materials.push_back(m);
             EXPECT_EQ(AssignMaterialToScene(s, m), 1);
         } else {
@@ -775,8 +694,7 @@ void Step(World& w, Op op)
         if (s == nullptr || k == nullptr) return;
         std::vector<Skeleton*>& v = w.sm[s].skeletons;
         if (w.Chance(50)) {
-            bool listed = false;
-            for (auto& [scene, model] : w.sm) listed |= Find(model.skeletons, k) >= 0;
+            const bool listed = w.Holder(&SceneModel::skeletons, k) != nullptr;
             if (!listed) v.push_back(k);
             EXPECT_EQ(AssignSkeletonToScene(s, k), listed ? 0 : 1);
         } else {
@@ -799,7 +717,7 @@ void Step(World& w, Op op)
         model.viewport = &w.viewport;
         Camera* c = w.viewport.Camera;
         if (model.active == -1 && c != nullptr) {
-            if (!w.CameraListed(c)) {
+            if (!(w.Holder(&SceneModel::cameras, c) != nullptr)) {
                 if (model.cameras.empty()) model.active = 0;
                 model.cameras.push_back(c);
             }

@@ -1,71 +1,24 @@
 // Scenes: the engine's scene list, the member lists, the sort block, the
 // active camera and its rules, the viewport's camera, the searches, and the
 // two deletes with their orders and keep rules.
-#include <gtest/gtest.h>
+#include <algorithm>
 
-#include <string.h>
-
-#include <vector>
-
-#include "kernel/kernel.h"
-#include "objects/objects.h"
+#include "object_test_support.h"
 
 namespace span3d {
 namespace {
+using namespace test;
 
-Mesh* MakeMesh(int32_t polygons, int32_t vertices = 3)
+// The cameras a scene's list reaches, as indices into `cams` (-1 for others).
+std::vector<int32_t> CameraIndices(const Scene* scene, Camera* const* cams, int32_t n)
 {
-    Mesh* mesh = CreateMesh(vertices, polygons, 0);
-    mesh->RenderFlags |= SPAN3D_MESH_ACTIVE;  // ActivateMesh's bit: may join a scene
-    return mesh;
-}
-
-Camera* MakeCamera(const char* name = nullptr)
-{
-    Vector3 p = {0.0f, 0.0f, 0.0f};
-    Vector3 t = {0.0f, 0.0f, 1.0f};
-    Camera* camera = CreateCamera(&p, &t, 0.0f, 60.0f, 10.0f);
-    if (name != nullptr) SetCameraName(camera, name);
-    return camera;
-}
-
-Light* MakeLight(const char* name = nullptr)
-{
-    Vector3 p = {0.0f, 0.0f, 0.0f};
-    float colour[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-    Light* light = CreateOmniLight(&p, colour, 1.0f, 0.0f, 100.0f, 0);
-    if (name != nullptr) SetLightName(light, name);
-    return light;
-}
-
-Material* MakeMaterial(const char* name = nullptr)
-{
-    Material templ;
-    memset(&templ, 0, sizeof templ);
-    Material* material = CreateMaterial(&templ);
-    if (name != nullptr) SetMaterialName(material, name);
-    return material;
-}
-
-std::vector<Camera*> CamerasOf(const Scene* scene)
-{
-    std::vector<Camera*> out;
-    for (Camera* c = scene->Cameras; c != nullptr; c = c->SceneNext) out.push_back(c);
+    std::vector<int32_t> out;
+    for (Camera* c = scene->Cameras; c != nullptr; c = c->SceneNext) {
+        out.push_back(static_cast<int32_t>(std::find(cams, cams + n, c) - cams));
+        if (out.back() == n) out.back() = -1;
+    }
     return out;
 }
-
-// The engine's scene list is module-wide: tests that look at its ends run on
-// an empty list of their own and put the old one back.
-struct ScopedSceneList {
-    Scene* head = g_Engine.SceneListHead;
-    Scene* tail = g_Engine.SceneListTail;
-    ScopedSceneList() { g_Engine.SceneListHead = g_Engine.SceneListTail = nullptr; }
-    ~ScopedSceneList()
-    {
-        g_Engine.SceneListHead = head;
-        g_Engine.SceneListTail = tail;
-    }
-};
 
 // ---------------------------------------------------------------- life
 
@@ -74,16 +27,10 @@ TEST(SceneCreate, DefaultsAndTheEngineList)
     ScopedSceneList list;
     Scene* a = CreateScene();
     Scene* b = CreateScene();
-    ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->SceneWord, 0u);  // not ready until a mesh comes
     EXPECT_EQ(a->ActiveCamera, -1);
     EXPECT_EQ(a->DefaultHook, &DefaultHook);
-    EXPECT_EQ(a->UserHook, nullptr);
-    EXPECT_EQ(a->HookTable, nullptr);
     EXPECT_EQ(a->SortIndices, nullptr);
-    EXPECT_EQ(a->Viewport, nullptr);
-    EXPECT_EQ(GetSceneNumberOfVisibleMeshes(a), 0);
-    EXPECT_EQ(GetSceneViewport(a), nullptr);
     EXPECT_EQ(g_Engine.SceneListHead, a);
     EXPECT_EQ(g_Engine.SceneListTail, b);
     EXPECT_EQ(a->ListNext, b);
@@ -199,38 +146,26 @@ TEST(SceneHook, DefaultHookTable)
 TEST(SceneMeshes, SortBlockFollowsTheMeshes)
 {
     // 100 and 50 polygons: 150 slots; the first out, 50 and 50, and the
-    // first has a block of 100 of its own.
+    // first has a block of 100 of its own. Emptied, the scene keeps a block
+    // of no slots.
     Scene* scene = CreateScene();
     Mesh* first = MakeMesh(100, 4);
     Mesh* second = MakeMesh(50, 5);
     EXPECT_EQ(AssignMeshToScene(scene, first, 0), first);
     EXPECT_EQ(scene->SceneWord & SPAN3D_SCENE_READY, SPAN3D_SCENE_READY);
-    EXPECT_EQ(first->SortIndices, nullptr);
-    EXPECT_NE(first->DrawItems, nullptr);  // still marks a fixed mesh
     EXPECT_EQ(AssignMeshToScene(scene, second, 0), second);
     EXPECT_EQ(scene->TotalPolygons, 150);
     EXPECT_EQ(scene->TotalVertices, 9);
-    EXPECT_EQ(scene->DrawItems, SortBlockItems(scene->SortIndices, 150));
-    EXPECT_EQ(scene->SortIndices[149], 149u);  // handed to the sort
-    EXPECT_EQ(GetSceneNumberOfMeshes(scene), 2);
-
+    ExpectScene(scene);
     EXPECT_EQ(RemoveMeshFromScene(scene, first, 0), 1);
     EXPECT_EQ(scene->TotalPolygons, 50);
-    EXPECT_EQ(scene->TotalVertices, 5);
-    EXPECT_EQ(scene->DrawItems, SortBlockItems(scene->SortIndices, 50));
-    EXPECT_EQ(first->Scene, nullptr);
-    EXPECT_EQ(first->DrawItems, SortBlockItems(first->SortIndices, 100));
-    EXPECT_EQ(first->SortIndices[99], 99u);
-    EXPECT_EQ(scene->Meshes, second);
-    EXPECT_EQ(second->ScenePrev, nullptr);
+    ExpectScene(scene);
+    ExpectLoneTop(first);
     EXPECT_EQ(first->SceneNext, nullptr);
     EXPECT_EQ(RemoveMeshFromScene(scene, first, 0), 0);  // not here any more
-
-    // Emptied, the scene keeps a block, of no slots.
     EXPECT_EQ(RemoveMeshFromScene(scene, second, 0), 1);
-    EXPECT_EQ(scene->TotalPolygons, 0);
     EXPECT_NE(scene->SortIndices, nullptr);
-    EXPECT_EQ(scene->Meshes, nullptr);
+    ExpectScene(scene);
     DeleteMesh(first);
     DeleteMesh(second);
     DeleteScene(scene);
@@ -354,10 +289,8 @@ TEST(SceneCameras, ActiveCameraTable)
         Scene* other = CreateScene();
         Camera* cam[4] = {MakeCamera(), MakeCamera(), MakeCamera(), MakeCamera()};
         auto indexOf = [&](Camera* x) {
-            for (int32_t i = 0; i < 4; ++i) {
-                if (cam[i] == x) return i;
-            }
-            return -1;
+            const int32_t i = static_cast<int32_t>(std::find(cam, cam + 4, x) - cam);
+            return i == 4 ? -1 : i;
         };
         for (size_t s = 0; s < c.steps.size(); ++s) {
             const CameraStep& step = c.steps[s];
@@ -372,9 +305,7 @@ TEST(SceneCameras, ActiveCameraTable)
             case 'w': EXPECT_EQ(indexOf(SwitchActivedSceneCamera(scene)), step.result); break;
             }
         }
-        std::vector<int32_t> list;
-        for (Camera* x : CamerasOf(scene)) list.push_back(indexOf(x));
-        EXPECT_EQ(list, c.list);
+        EXPECT_EQ(CameraIndices(scene, cam, 4), c.list);
         EXPECT_EQ(scene->ActiveCamera, c.active);
         EXPECT_EQ(indexOf(GetActivedSceneCamera(scene)), c.activeCamera);
         EXPECT_EQ(GetSceneNumberOfCameras(scene), static_cast<int32_t>(c.list.size()));
@@ -470,20 +401,13 @@ TEST(SceneViewport, AdoptionTable)
         scene->Viewport = &viewport;
         SetSceneViewport(scene, c.viewportNull ? nullptr : &viewport);
         EXPECT_EQ(GetSceneViewport(scene), c.viewportNull ? nullptr : &viewport);
-        std::vector<int32_t> list;
-        for (Camera* x : CamerasOf(scene)) {
-            for (int32_t i = 0; i < 3; ++i) {
-                if (cam[i] == x) list.push_back(i);
-            }
-        }
-        EXPECT_EQ(list, c.listAfter);
+        EXPECT_EQ(CameraIndices(scene, cam, 3), c.listAfter);
         EXPECT_EQ(scene->ActiveCamera, c.activeAfter);
         EXPECT_EQ(IndexOfCamera(other, cam[2]) != -1, c.vInOther);
         DeleteScene(scene);  // frees its cameras
         DeleteScene(other);
         for (int32_t i = 0; i < 3; ++i) {
-            bool listed = false;
-            for (int32_t j : c.listAfter) listed |= (j == i);
+            const bool listed = std::count(c.listAfter.begin(), c.listAfter.end(), i) != 0;
             if (!listed && !(i == 2 && c.vInOther)) DeleteCamera(cam[i]);
         }
     }
