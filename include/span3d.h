@@ -895,7 +895,7 @@ SPAN3D_API void CreateLookAtMatrix(const Vector3* position, const Vector3* targe
 
 /** Draws the scene through its viewport with its active camera. Draws nothing unless the scene is
  *  ready (a mesh assigned), has meshes, cameras, a viewport with SPAN3D_VIEWPORT_ENABLED and an
- *  active camera. Recounts VisibleMeshes (top-level leaf meshes drawn). Meshes that are hidden
+ *  active camera. Recounts VisibleMeshes (top-level leaf meshes walked, that is not hidden nor boxed out). Meshes that are hidden
  *  or whose box lies wholly outside the view are skipped, but the children of a hidden parent
  *  are drawn. Opaque polygons of equal depth: the one emitted last wins. */
 SPAN3D_API void DrawScene(Scene* scene);

@@ -195,27 +195,73 @@ TEST_F(FrameDriverTest, EqualDepthOpaqueOrderDiffersBetweenSceneAndMesh)
     EXPECT_EQ(Count(kRed), 0);
 }
 
-// Sorted mode, no depth buffer: the near polygon (red, small) is emitted
-// before the far one (blue, large), so only the sort, by the sum of the
-// corners' depths and walked from the largest key down, can put red on top.
-// (24, 12) lies inside the large triangle only.
+// Sorted mode, no depth buffer. Three centred triangles, emitted mid (green,
+// z 75, size 12), near (red, z 50, size 6), far (blue, z 100, size 20):
+// neither emission order (blue ends on top) nor its reverse (green ends on
+// top) gives the right picture; only the sort by the sum of the corners'
+// depths, walked from the largest key down, draws blue, green, red. Screen
+// corners by size s: (32 - s, 24 - s), (32 + s, 24 - s), (32, 24 + s), so
+// (32, 24) lies in all three, (32, 14) in green and blue only (red starts at
+// row 18), (32, 6) in blue only (green starts at row 12).
 TEST_F(FrameDriverTest, SortedModeDrawsBackToFront)
 {
+    constexpr Pixel15 kGreen = Rgb15(0, 31, 0);
     MakeViewport(false);
-    Mesh* mesh = MakeMesh({Centre(50.0f, 8.0f, 31, 0, 0), Centre(100.0f, 16.0f, 0, 0, 31)});
+    Mesh* mesh = MakeMesh({Centre(75.0f, 12.0f, 0, 31, 0), Centre(50.0f, 6.0f, 31, 0, 0),
+                           Centre(100.0f, 20.0f, 0, 0, 31)});
     ASSERT_NE(mesh, nullptr);
     DrawMesh(mesh);
-    EXPECT_EQ(mesh->DrawItemCount, 2);
+    EXPECT_EQ(mesh->DrawItemCount, 3);
     EXPECT_EQ(At(32, 24), kRed);
-    EXPECT_EQ(At(24, 12), kBlue);
+    EXPECT_EQ(At(32, 14), kGreen);
+    EXPECT_EQ(At(32, 6), kBlue);
     const int32_t red = Count(kRed);
+    const int32_t green = Count(kGreen);
 
     pixels.assign(pixels.size(), kSentinel);
     MakeScene({mesh});
     DrawScene(scene);
+    EXPECT_EQ(scene->DrawItemCount, 3);
     EXPECT_EQ(At(32, 24), kRed);
-    EXPECT_EQ(At(24, 12), kBlue);
+    EXPECT_EQ(At(32, 14), kGreen);
+    EXPECT_EQ(At(32, 6), kBlue);
     EXPECT_EQ(Count(kRed), red);
+    EXPECT_EQ(Count(kGreen), green);
+}
+
+// Z-buffer mode: the blend list is drawn back to front, after the main list.
+// An opaque black base (z 200, size 20) under three blended triangles of
+// size 16, emitted in the order Q, R, P:
+//   P additive 31 blue at z 100, Q subtractive 31 blue at z 75,
+//   R additive 10 blue at z 50.
+// On the blue channel (5 bits, no other channel set) the depth-tested
+// additive span gives min(31, d + c), the subtractive one c - d, here
+// 31 - d. Back to front, P Q R: 0 -> 31 -> 0 -> 10. In emission order,
+// Q R P: 0 -> 31 -> 31 -> 31; in reverse emission order, P R Q:
+// 0 -> 31 -> 31 -> 0. Only the sorted walk leaves blue 10 = 0x000a.
+TEST_F(FrameDriverTest, BlendListIsDrawnBackToFront)
+{
+    constexpr Pixel15 kResult = Rgb15(0, 0, 10);
+    MakeViewport(true);
+    Mesh* mesh = MakeMesh({Centre(200.0f, 20.0f, 0, 0, 0), Centre(75.0f, 16.0f, 0, 0, 31, 3),
+                           Centre(50.0f, 16.0f, 0, 0, 10, 1), Centre(100.0f, 16.0f, 0, 0, 31, 1)});
+    ASSERT_NE(mesh, nullptr);
+
+    DrawMesh(mesh);
+    EXPECT_EQ(mesh->DrawItemCount, 4);
+    EXPECT_EQ(At(32, 20), kResult);
+    EXPECT_EQ(At(32, 30), kResult);
+    const int32_t covered = Count(kResult);
+    EXPECT_GT(covered, 400);
+
+    pixels.assign(pixels.size(), kSentinel);
+    ClearViewportDepthBuffer(viewport, 0);
+    MakeScene({mesh});
+    DrawScene(scene);
+    EXPECT_EQ(scene->DrawItemCount, 4);
+    EXPECT_EQ(At(32, 20), kResult);
+    EXPECT_EQ(At(32, 30), kResult);
+    EXPECT_EQ(Count(kResult), covered);
 }
 
 // Z-buffer mode: a near additive polygon (0, 0, 12) is emitted before a far
@@ -257,13 +303,21 @@ TEST_F(FrameDriverTest, DrawSceneEarlyReturnsDrawNothing)
         {"viewport disabled", [](Scene*, Viewport* v) { v->ViewportWord &= ~SPAN3D_VIEWPORT_ENABLED; }},
         {"no viewport", [](Scene* s, Viewport*) { SetSceneViewport(s, nullptr); }},
         {"scene not ready", [](Scene* s, Viewport*) { s->SceneWord &= ~SPAN3D_SCENE_READY; }},
+        // The list heads emptied by hand, the active index left at 0: the
+        // camera walk must not run on a null list.
+        {"no meshes", [](Scene* s, Viewport*) { s->Meshes = nullptr; }},
+        {"no cameras", [](Scene* s, Viewport*) { s->Cameras = nullptr; }},
     };
     MakeViewport(true);
     Mesh* mesh = MakeMesh({Centre(100.0f, 16.0f, 31, 0, 0)});
     ASSERT_NE(mesh, nullptr);
     MakeScene({mesh});
+    Mesh* const meshesHead = scene->Meshes;
+    Camera* const camerasHead = scene->Cameras;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
+        scene->Meshes = meshesHead;
+        scene->Cameras = camerasHead;
         SetActivedSceneCamera(scene, camera);
         SetSceneViewport(scene, viewport);
         viewport->ViewportWord |= SPAN3D_VIEWPORT_ENABLED;
@@ -283,6 +337,8 @@ TEST_F(FrameDriverTest, DrawSceneEarlyReturnsDrawNothing)
         EXPECT_EQ(g_Frame.ClipXMax, -1.0f);
     }
     // Mended, the same scene draws.
+    scene->Meshes = meshesHead;
+    scene->Cameras = camerasHead;
     SetActivedSceneCamera(scene, camera);
     SetSceneViewport(scene, viewport);
     viewport->ViewportWord |= SPAN3D_VIEWPORT_ENABLED;
