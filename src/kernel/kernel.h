@@ -128,6 +128,24 @@ inline int32_t RoundToInt(float x)
 int32_t FloorToInt(float x);
 int32_t CeilToInt(float x);
 
+// ---------------------------------------------------------------- bound tests
+// How the pipeline compares a value with a bound: subtract in single
+// precision and judge the stored difference by its bit pattern. Below is a
+// pattern above 0x80000000 (a negative non-zero difference), above is a
+// pattern positive as a signed word; -0.0 is neither, so a value exactly on
+// its bound is neither below nor above it. A NaN counts by its sign bit.
+inline uint32_t FloatBits(float x) { return __builtin_bit_cast(uint32_t, x); }
+inline bool IsBelowBound(float value, float bound)
+{
+    const float difference = value - bound;
+    return FloatBits(difference) > 0x80000000u;
+}
+inline bool IsAboveBound(float value, float bound)
+{
+    const float difference = value - bound;
+    return static_cast<int32_t>(FloatBits(difference)) > 0;
+}
+
 // ---------------------------------------------------------------- memory and text
 void*    MemFill8(void* dest, uint32_t value, int32_t count);
 void*    MemFill16(void* dest, uint32_t value, uint32_t bytes);

@@ -35,35 +35,19 @@ constexpr uint32_t kYBits       = SPAN3D_OUT_TOP | SPAN3D_OUT_BOTTOM;  // 0x300
 constexpr uint32_t kScreenBits  = kXBits | kYBits;                     // 0x3c0
 
 // ---------------------------------------------------------------- comparisons
-// value - bound in single precision, judged by its bit pattern: below is a
-// pattern above 0x80000000 (a negative non-zero difference; -0.0 is not
-// below), above is a pattern that is positive as a signed word. A NaN
-// difference counts by its sign bit like any other pattern.
-inline uint32_t FloatBits(float v) { return __builtin_bit_cast(uint32_t, v); }
-inline bool IsBelow(float value, float bound)
-{
-    const float difference = value - bound;
-    return FloatBits(difference) > 0x80000000u;
-}
-inline bool IsAbove(float value, float bound)
-{
-    const float difference = value - bound;
-    return static_cast<int32_t>(FloatBits(difference)) > 0;
-}
-
 // Outcode bits of a screen coordinate against the frame's scissor. Left and
 // right (top and bottom) exclude each other; a coordinate exactly on
 // ClipXMax (ClipYMax) is inside.
 inline uint32_t ClassifyX(float x)
 {
-    if (IsBelow(x, g_Frame.ClipXMin)) return SPAN3D_OUT_LEFT;
-    if (IsAbove(x, g_Frame.ClipXMax)) return SPAN3D_OUT_RIGHT;
+    if (IsBelowBound(x, g_Frame.ClipXMin)) return SPAN3D_OUT_LEFT;
+    if (IsAboveBound(x, g_Frame.ClipXMax)) return SPAN3D_OUT_RIGHT;
     return 0;
 }
 inline uint32_t ClassifyY(float y)
 {
-    if (IsBelow(y, g_Frame.ClipYMin)) return SPAN3D_OUT_TOP;
-    if (IsAbove(y, g_Frame.ClipYMax)) return SPAN3D_OUT_BOTTOM;
+    if (IsBelowBound(y, g_Frame.ClipYMin)) return SPAN3D_OUT_TOP;
+    if (IsAboveBound(y, g_Frame.ClipYMax)) return SPAN3D_OUT_BOTTOM;
     return 0;
 }
 
@@ -184,9 +168,9 @@ void ScaleTexCoordPlanar(float out[2], const float in[2], float inverseZ)
         // Clamp to 0..1: the pitch-addressed spans have no range test. A
         // negative value is a set sign bit with a non-zero pattern, so -0.0
         // passes unchanged and scales to -0.0.
-        if (IsAbove(u, 1.0f)) u = 1.0f;
+        if (IsAboveBound(u, 1.0f)) u = 1.0f;
         if (FloatBits(u) > 0x80000000u) u = 0.0f;
-        if (IsAbove(v, 1.0f)) v = 1.0f;
+        if (IsAboveBound(v, 1.0f)) v = 1.0f;
         if (FloatBits(v) > 0x80000000u) v = 0.0f;
     }
     out[0] = static_cast<float>(static_cast<double>(c.TexScaleU) * u * inverseZ);

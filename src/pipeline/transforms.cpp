@@ -25,13 +25,6 @@ namespace {
 
 inline float F(double x) { return static_cast<float>(x); }
 
-inline uint32_t FloatBits(float x)
-{
-    uint32_t bits;
-    MemCopy(&bits, &x, sizeof(bits));
-    return bits;
-}
-
 // The rotation part (nine entries) of `from` into `to`; the translation
 // column of `to` stays.
 inline void CopyRotation(const Matrix34* from, Matrix34* to)

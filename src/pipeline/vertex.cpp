@@ -24,22 +24,6 @@ namespace {
 
 inline float F(double x) { return static_cast<float>(x); }
 
-inline uint32_t Bits(float x) { return __builtin_bit_cast(uint32_t, x); }
-
-// value - bound in single precision, strictly positive by its bits.
-inline bool Greater(float value, float bound)
-{
-    const float difference = value - bound;
-    return static_cast<int32_t>(Bits(difference)) > 0;
-}
-
-// value - bound in single precision, negative by its bits; -0.0 is not.
-inline bool Less(float value, float bound)
-{
-    const float difference = value - bound;
-    return Bits(difference) > 0x80000000u;
-}
-
 // Row r of the view matrix applied to XformPoint, with its translation.
 inline double Row(int32_t r)
 {
@@ -79,14 +63,14 @@ inline void ProjectVertex(MeshVertex* vertex, double z)
     vertex->ScreenPosition.z = F(inverseZ);
 
     uint32_t code = 0;
-    if (Less(vertex->ScreenPosition.x, g_Frame.ClipXMin)) {
+    if (IsBelowBound(vertex->ScreenPosition.x, g_Frame.ClipXMin)) {
         code |= SPAN3D_OUT_LEFT;
-    } else if (Greater(vertex->ScreenPosition.x, g_Frame.ClipXMax)) {
+    } else if (IsAboveBound(vertex->ScreenPosition.x, g_Frame.ClipXMax)) {
         code |= SPAN3D_OUT_RIGHT;
     }
-    if (Less(vertex->ScreenPosition.y, g_Frame.ClipYMin)) {
+    if (IsBelowBound(vertex->ScreenPosition.y, g_Frame.ClipYMin)) {
         code |= SPAN3D_OUT_TOP;
-    } else if (Greater(vertex->ScreenPosition.y, g_Frame.ClipYMax)) {
+    } else if (IsAboveBound(vertex->ScreenPosition.y, g_Frame.ClipYMax)) {
         code |= SPAN3D_OUT_BOTTOM;
     }
     vertex->Outcode = code;
@@ -139,10 +123,10 @@ float TransformVertexClipped()
     const double z = BeginVertex(vertex);
     // On the near plane counts as outside ("not greater"), on the far plane
     // as inside ("greater" only).
-    if (!Greater(vertex->ViewPosition.z, g_Transform.XformNear)) {
+    if (!IsAboveBound(vertex->ViewPosition.z, g_Transform.XformNear)) {
         return ClampVertex(vertex, SPAN3D_OUT_NEAR, g_Transform.XformNear);
     }
-    if (Greater(vertex->ViewPosition.z, g_Transform.XformFar)) {
+    if (IsAboveBound(vertex->ViewPosition.z, g_Transform.XformFar)) {
         return ClampVertex(vertex, SPAN3D_OUT_FAR, g_Transform.XformFar);
     }
     ProjectVertex(vertex, z);

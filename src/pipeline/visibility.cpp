@@ -23,25 +23,6 @@ namespace {
 
 inline float F(double x) { return static_cast<float>(x); }
 
-inline uint32_t Bits(float x)
-{
-    uint32_t bits;
-    MemCopy(&bits, &x, sizeof(bits));
-    return bits;
-}
-
-// value - bound in single precision, strictly positive by its bits.
-inline bool Greater(float value, float bound)
-{
-    return static_cast<int32_t>(Bits(value - bound)) > 0;
-}
-
-// value - bound in single precision, negative by its bits; -0.0 is not.
-inline bool Less(float value, float bound)
-{
-    return Bits(value - bound) > 0x80000000u;
-}
-
 // Row r of a matrix applied to p with its translation: ((a x + b y) + c z) + t.
 inline double Row(const Matrix34* matrix, int32_t r, const Vector3* p)
 {
@@ -54,14 +35,14 @@ inline double Row(const Matrix34* matrix, int32_t r, const Vector3* p)
 uint32_t ScissorOutcode(float screenX, float screenY)
 {
     uint32_t code = 0;
-    if (Less(screenX, g_Frame.ClipXMin)) {
+    if (IsBelowBound(screenX, g_Frame.ClipXMin)) {
         code |= SPAN3D_OUT_LEFT;
-    } else if (Greater(screenX, g_Frame.ClipXMax)) {
+    } else if (IsAboveBound(screenX, g_Frame.ClipXMax)) {
         code |= SPAN3D_OUT_RIGHT;
     }
-    if (Less(screenY, g_Frame.ClipYMin)) {
+    if (IsBelowBound(screenY, g_Frame.ClipYMin)) {
         code |= SPAN3D_OUT_TOP;
-    } else if (Greater(screenY, g_Frame.ClipYMax)) {
+    } else if (IsAboveBound(screenY, g_Frame.ClipYMax)) {
         code |= SPAN3D_OUT_BOTTOM;
     }
     return code;
@@ -85,13 +66,13 @@ void TestMeshBounds(Mesh* mesh)
         const double z = Row(view, 2, &p);
         corner->ViewPosition.z = F(z);
         uint32_t code;
-        if (!Greater(corner->ViewPosition.z, camera->Near)) {
+        if (!IsAboveBound(corner->ViewPosition.z, camera->Near)) {
             // On or before the near plane. No screen bits: a box reaching
             // behind the camera is rejected only if every corner is there.
             mesh->RenderFlags |= SPAN3D_MESH_BOUNDS_CUT;
             box->RenderFlags |= SPAN3D_MESH_BOUNDS_CUT;
             code = SPAN3D_OUT_NEAR;
-        } else if (Greater(corner->ViewPosition.z, camera->Far)) {
+        } else if (IsAboveBound(corner->ViewPosition.z, camera->Far)) {
             // Beyond far; a corner exactly on the far plane is inside.
             mesh->RenderFlags |= SPAN3D_MESH_BOUNDS_CUT;
             box->RenderFlags |= SPAN3D_MESH_BOUNDS_CUT;
