@@ -43,27 +43,11 @@ void ToLoadedState()
 // A pointer that must never be dereferenced: it shows whether a step ran.
 Scene* Sentinel() { return reinterpret_cast<Scene*>(uintptr_t(0x5ce9e)); }
 
-TEST(EngineLifetime, ReleaseWhileNotReadyDoesNothing)
-{
-    ToLoadedState();
-    // Had ReleaseEngine3D gone past its first step it would null the list.
-    g_Engine.SceneListHead = Sentinel();
-    g_Engine.SceneListTail = Sentinel();
-    ReleaseEngine3D();
-    ReleaseEngine3D();
-    EXPECT_EQ(g_Engine.SceneListHead, Sentinel());
-    EXPECT_EQ(g_Engine.SceneListTail, Sentinel());
-    EXPECT_EQ(g_Engine.EngineReady, 0u);
-    g_Engine.SceneListHead = nullptr;
-    g_Engine.SceneListTail = nullptr;
-}
-
 TEST(EngineLifetime, InitForgetsSceneListAndReleaseRunsOnce)
 {
     ToLoadedState();
     // Scenes from before are not touched, merely no longer listed.
-    g_Engine.SceneListHead = Sentinel();
-    g_Engine.SceneListTail = Sentinel();
+    g_Engine.SceneListHead = g_Engine.SceneListTail = Sentinel();
     EXPECT_EQ(InitEngine3D(), 0);
     EXPECT_EQ(g_Engine.EngineReady, 1u);
     EXPECT_EQ(g_Engine.SceneListHead, nullptr);
@@ -71,11 +55,14 @@ TEST(EngineLifetime, InitForgetsSceneListAndReleaseRunsOnce)
 
     ReleaseEngine3D();
     EXPECT_EQ(g_Engine.EngineReady, 0u);
-    // The second release stops at its first step.
-    g_Engine.SceneListHead = Sentinel();
+    // A release while not ready stops at its first step: had it gone on it
+    // would null the list.
+    g_Engine.SceneListHead = g_Engine.SceneListTail = Sentinel();
     ReleaseEngine3D();
     EXPECT_EQ(g_Engine.SceneListHead, Sentinel());
-    g_Engine.SceneListHead = nullptr;
+    EXPECT_EQ(g_Engine.SceneListTail, Sentinel());
+    EXPECT_EQ(g_Engine.EngineReady, 0u);
+    g_Engine.SceneListHead = g_Engine.SceneListTail = nullptr;
     EXPECT_EQ(g_Engine.LoadInitDone, 1u);
 }
 
@@ -83,9 +70,7 @@ TEST(EngineLifetime, InitForgetsSceneListAndReleaseRunsOnce)
 
 TEST(SharedBodyExports, AcceptAnythingAndReturnOne)
 {
-    EXPECT_EQ(AddMeshQuadPolygon(nullptr, 0, 0, 0, 0), 1);
     EXPECT_EQ(AddMeshQuadPolygon(nullptr, -1, 7, 1 << 30, -5), 1);
-    EXPECT_EQ(AssignVertexInfluence(nullptr, 0, nullptr, 0.0f), 1);
     EXPECT_EQ(AssignVertexInfluence(nullptr, -3, nullptr, -1.0f), 1);
     EXPECT_EQ(CheckWeightedVertices(nullptr), 1);
     RemoveVertexInfluence(nullptr, 12);

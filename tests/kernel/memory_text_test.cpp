@@ -116,16 +116,13 @@ TEST(MemoryCompare, EightBitSignedDifferences)
         int32_t expected;
     };
     const Case cases[] = {
-        {"count 0", "a", "b", 0, false, 0},
-        {"equal", "abc", "abc", 3, false, 0},
+        {"count 0", "a", "b", 0, false, 0}, {"equal", "abc", "abc", 3, false, 0},
         {"only first bytes", "abX", "abY", 2, false, 0},
         {"0x80 - 0x01 is positive 0x7f", "\x80", "\x01", 1, false, 0x7f},
-        {"0x01 - 0x80 is -0x7f", "\x01", "\x80", 1, false, -0x7f},
-        {"c - a", "xc", "xa", 2, false, 2},
+        {"0x01 - 0x80 is -0x7f", "\x01", "\x80", 1, false, -0x7f}, {"c - a", "xc", "xa", 2, false, 2},
         {"no case: a vs A", "a", "A", 1, true, 0},
         // The difference takes the folded byte of a and the raw byte of b.
-        {"no case: a vs B", "a", "B", 1, true, 0x41 - 0x42},
-        {"no case: B vs a", "B", "a", 1, true, 0x42 - 0x61},
+        {"no case: a vs B", "a", "B", 1, true, 0x41 - 0x42}, {"no case: B vs a", "B", "a", 1, true, 0x42 - 0x61},
         {"no case: count 0", "a", "z", 0, true, 0},
     };
     for (const Case& c : cases) {
@@ -145,23 +142,16 @@ TEST(TextCompare, EmptyAndNullAndEightBitDifference)
         int32_t expected;
     };
     const Case cases[] = {
-        {"two empty texts differ", "", "", false, 1},
-        {"empty a", "", "x", false, 1},
-        {"null a", nullptr, "x", false, 1},
-        {"null b", "x", nullptr, false, 1},
+        {"two empty texts differ", "", "", false, 1}, {"empty a", "", "x", false, 1},
+        {"null a", nullptr, "x", false, 1}, {"null b", "x", nullptr, false, 1},
         {"Cube Cube", "Cube", "Cube", false, 0},
         // Fifth byte: 0x00 - 0x73, sign-extended from 8 bits.
-        {"Cube Cubes", "Cube", "Cubes", false, -115},
-        {"Cubes Cube", "Cubes", "Cube", false, 115},
-        {"empty b", "x", "", false, 'x'},
-        {"0x80 vs 0x01", "\x80", "\x01", false, 0x7f},
-        {"case counts", "cube", "Cube", false, 0x20},
-        {"no case: equal", "cube", "CUBE", true, 0},
-        {"no case: two empty", "", "", true, 1},
-        {"no case: null b", "a", nullptr, true, 1},
+        {"Cube Cubes", "Cube", "Cubes", false, -115}, {"Cubes Cube", "Cubes", "Cube", false, 115},
+        {"empty b", "x", "", false, 'x'}, {"0x80 vs 0x01", "\x80", "\x01", false, 0x7f},
+        {"case counts", "cube", "Cube", false, 0x20}, {"no case: equal", "cube", "CUBE", true, 0},
+        {"no case: two empty", "", "", true, 1}, {"no case: null b", "a", nullptr, true, 1},
         // Both folded in the difference too: 'A' - 'B'.
-        {"no case: a B", "a", "B", true, -1},
-        {"no case: [ a", "[", "a", true, 0x5b - 0x41},
+        {"no case: a B", "a", "B", true, -1}, {"no case: [ a", "[", "a", true, 0x5b - 0x41},
         {"no case: Cube cubes", "Cube", "cubes", true, -0x53},
     };
     for (const Case& c : cases) {

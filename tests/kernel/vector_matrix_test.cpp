@@ -30,6 +30,14 @@ Matrix34 Make(const float (&r)[9], float tx, float ty, float tz)
     return m;
 }
 
+// Exact when tol is 0.
+void ExpectPoint(const Vector3& p, float x, float y, float z, float tol = 0.0f)
+{
+    EXPECT_NEAR(p.x, x, tol);
+    EXPECT_NEAR(p.y, y, tol);
+    EXPECT_NEAR(p.z, z, tol);
+}
+
 void ExpectRotationNear(const Matrix34& got, const Matrix34& want, float tol, const char* what)
 {
     for (int i : {0, 1, 2, 4, 5, 6, 8, 9, 10})
@@ -46,10 +54,8 @@ TEST(Vectors, AllAboveNeedsTheMarginOnEveryAxis)
         int32_t expected;
     };
     const Case cases[] = {
-        {"equal", {1, 2, 3}, {1, 2, 3}, 0},
-        {"zero below one", {0, 0, 0}, {1, 1, 1}, 1},
-        {"reversed", {1, 1, 1}, {0, 0, 0}, 0},
-        {"z short", {0, 0, 0}, {1, 1, 0}, 0},
+        {"equal", {1, 2, 3}, {1, 2, 3}, 0}, {"zero below one", {0, 0, 0}, {1, 1, 1}, 1},
+        {"reversed", {1, 1, 1}, {0, 0, 0}, 0}, {"z short", {0, 0, 0}, {1, 1, 0}, 0},
         {"x short", {0, 0, 0}, {0, 1, 1}, 0},
         // The margin itself, 0.0001f, passes: "at least".
         {"exactly the margin", {0, 0, 0}, {0.0001f, 0.0001f, 0.0001f}, 1},
@@ -68,9 +74,7 @@ TEST(Vectors, LengthsDotCross)
 
     Vector3 n = {3, 0, 4};
     VectorNormalize(&n);
-    EXPECT_EQ(n.x, 0.6f);
-    EXPECT_EQ(n.y, 0.0f);
-    EXPECT_EQ(n.z, 0.8f);
+    ExpectPoint(n, 0.6f, 0.0f, 0.8f);
     // No guard: a zero vector turns into NaNs (0 * inf).
     Vector3 zero = {0, 0, 0};
     VectorNormalize(&zero);
@@ -84,15 +88,11 @@ TEST(Vectors, LengthsDotCross)
     const Vector3 x = {1, 0, 0}, y = {0, 1, 0};
     Vector3 out;
     VectorCross(&x, &y, &out);
-    EXPECT_EQ(out.x, 0.0f);
-    EXPECT_EQ(out.y, 0.0f);
-    EXPECT_EQ(out.z, 1.0f);
+    ExpectPoint(out, 0.0f, 0.0f, 1.0f);
     // (2, 3, 4) x (5, 6, 7) = (3*7 - 4*6, 4*5 - 2*7, 2*6 - 3*5) = (-3, 6, -3)
     const Vector3 a = {2, 3, 4}, b = {5, 6, 7};
     VectorCross(&a, &b, &out);
-    EXPECT_EQ(out.x, -3.0f);
-    EXPECT_EQ(out.y, 6.0f);
-    EXPECT_EQ(out.z, -3.0f);
+    ExpectPoint(out, -3.0f, 6.0f, -3.0f);
 }
 
 // ---------------------------------------------------------------- point transforms
@@ -115,13 +115,9 @@ TEST(Matrices, TransformPointSumsInOrderThenTranslation)
     const Matrix34 swap = Make({0, 1, 0, 0, 0, 1, 1, 0, 0}, 10, 20, 30);
     p = {1, 2, 3};
     MatrixTransformPoint(&swap, &p);
-    EXPECT_EQ(p.x, 12.0f);
-    EXPECT_EQ(p.y, 23.0f);
-    EXPECT_EQ(p.z, 31.0f);
+    ExpectPoint(p, 12.0f, 23.0f, 31.0f);
     MatrixInverseTransformPoint(&swap, &p);
-    EXPECT_EQ(p.x, 1.0f);
-    EXPECT_EQ(p.y, 2.0f);
-    EXPECT_EQ(p.z, 3.0f);
+    ExpectPoint(p, 1.0f, 2.0f, 3.0f);
 }
 
 TEST(Matrices, IdentityClearsEverything)
@@ -151,13 +147,10 @@ TEST(Matrices, RotationsKeepTranslationQuaternionClearsIt)
     };
     for (const Case& c : cases) {
         Matrix34 m = Filled(5.0f);
-        m.m[3] = 1.0f;
-        m.m[7] = 2.0f;
-        m.m[11] = 3.0f;
+        m.m[3] = 1.0f, m.m[7] = 2.0f, m.m[11] = 3.0f;
         c.apply(&m);
-        EXPECT_EQ(m.m[3], c.keepsTranslation ? 1.0f : 0.0f) << c.name;
-        EXPECT_EQ(m.m[7], c.keepsTranslation ? 2.0f : 0.0f) << c.name;
-        EXPECT_EQ(m.m[11], c.keepsTranslation ? 3.0f : 0.0f) << c.name;
+        for (int r = 0; r < 3; ++r)
+            EXPECT_EQ(m.m[4 * r + 3], c.keepsTranslation ? float(r + 1) : 0.0f) << c.name << " row " << r;
         for (int i : {0, 1, 2, 4, 5, 6, 8, 9, 10})
             EXPECT_NE(m.m[i], 5.0f) << c.name << " left m[" << i << "]";
     }
@@ -171,21 +164,17 @@ TEST(Matrices, QuarterTurnsMoveTheAxes)
     MatrixRotationX(&m, 90.0f);
     p = {0, 1, 0};
     MatrixTransformPoint(&m, &p);
-    EXPECT_NEAR(p.x, 0.0f, 1e-7f);
-    EXPECT_NEAR(p.y, 0.0f, 1e-7f);
-    EXPECT_NEAR(p.z, 1.0f, 1e-7f);
+    ExpectPoint(p, 0.0f, 0.0f, 1.0f, 1e-7f);
 
     MatrixRotationY(&m, 90.0f);
     p = {0, 0, 1};
     MatrixTransformPoint(&m, &p);
-    EXPECT_NEAR(p.x, 1.0f, 1e-7f);
-    EXPECT_NEAR(p.z, 0.0f, 1e-7f);
+    ExpectPoint(p, 1, 0, 0, 1e-7f);
 
     MatrixRotationZ(&m, 90.0f);
     p = {1, 0, 0};
     MatrixTransformPoint(&m, &p);
-    EXPECT_NEAR(p.x, 0.0f, 1e-7f);
-    EXPECT_NEAR(p.y, 1.0f, 1e-7f);
+    ExpectPoint(p, 0, 1, 0, 1e-7f);
 }
 
 TEST(Matrices, EulerIsZTimesYTimesX)
@@ -197,9 +186,7 @@ TEST(Matrices, EulerIsZTimesYTimesX)
         void (*single)(Matrix34*, float);
         float angle;
     } axes[] = {
-        {{37, 0, 0}, MatrixRotationX, 37},
-        {{0, -52, 0}, MatrixRotationY, -52},
-        {{0, 0, 123}, MatrixRotationZ, 123},
+        {{37, 0, 0}, MatrixRotationX, 37}, {{0, -52, 0}, MatrixRotationY, -52}, {{0, 0, 123}, MatrixRotationZ, 123},
     };
     for (const auto& a : axes) {
         Matrix34 euler = Filled(0.0f), single = Filled(0.0f);
@@ -249,9 +236,7 @@ TEST(Matrices, MultiplyRotationIsBTimesA)
     MatrixMultiplyRotation(&turnZ, &turnX, &both);
     Vector3 p = {1, 0, 0};
     MatrixTransformPoint(&both, &p);
-    EXPECT_EQ(p.x, 0.0f);
-    EXPECT_EQ(p.y, 0.0f);
-    EXPECT_EQ(p.z, 1.0f);
+    ExpectPoint(p, 0.0f, 0.0f, 1.0f);
 }
 
 TEST(Matrices, ToCameraSpace)
@@ -290,16 +275,12 @@ TEST(Matrices, InvertRigidRoundTrip)
         Vector3 p = p0;
         MatrixTransformPoint(&m, &p);
         MatrixTransformPoint(&inv, &p);
-        EXPECT_NEAR(p.x, p0.x, 1e-4f);
-        EXPECT_NEAR(p.y, p0.y, 1e-4f);
-        EXPECT_NEAR(p.z, p0.z, 1e-4f);
+        ExpectPoint(p, p0.x, p0.y, p0.z, 1e-4f);
         // MatrixInverseTransformPoint does the same with the forward matrix.
         Vector3 q = p0;
         MatrixTransformPoint(&m, &q);
         MatrixInverseTransformPoint(&m, &q);
-        EXPECT_NEAR(q.x, p0.x, 1e-4f);
-        EXPECT_NEAR(q.y, p0.y, 1e-4f);
-        EXPECT_NEAR(q.z, p0.z, 1e-4f);
+        ExpectPoint(q, p0.x, p0.y, p0.z, 1e-4f);
     }
 
     // In place gives the same matrix.
@@ -319,9 +300,7 @@ TEST(Matrices, QuaternionSpecialCases)
     // (0,0,0,1) takes the identity short cut; signed zeros count as zeros.
     // (0,0,0,0) has n = 0, s = 1: all products vanish, leaving 1 - 0.
     const Case cases[] = {
-        {"unit", {0, 0, 0, 1}},
-        {"signed zeros", {-0.0f, 0, -0.0f, 1}},
-        {"zero", {0, 0, 0, 0}},
+        {"unit", {0, 0, 0, 1}}, {"signed zeros", {-0.0f, 0, -0.0f, 1}}, {"zero", {0, 0, 0, 0}},
     };
     for (const Case& c : cases) {
         for (int32_t rowOrder : {0, 1}) {
@@ -343,8 +322,7 @@ TEST(Matrices, QuaternionRowOrderTransposes)
     MatrixFromQuaternion(qz, &m, 1);
     Vector3 p = {1, 0, 0};
     MatrixTransformPoint(&m, &p);
-    EXPECT_NEAR(p.x, 0.0f, 1e-7f);
-    EXPECT_NEAR(p.y, 1.0f, 1e-7f);
+    ExpectPoint(p, 0, 1, 0, 1e-7f);
 
     // Not unit length: (0, 0, 2, 0) is a half turn about z; n = 4, s = 0.5,
     // zs = 1, zz = 2, so m[0] = m[5] = 1 - 2 = -1 and m[10] = 1, exactly.

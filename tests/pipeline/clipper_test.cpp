@@ -23,6 +23,7 @@
 #include "objects/records/records.h"
 #include "pipeline/frame_state.h"
 #include "pipeline/pipeline.h"
+#include "pipeline_test_support.h"
 #include "raster/raster_test_support.h"
 
 namespace span3d::test {
@@ -199,7 +200,6 @@ struct DirectCase {
     const char* Name;
     uint32_t Flags;
 };
-void PrintTo(const DirectCase& c, std::ostream* os) { *os << c.Name; }
 const DirectCase kDirectCases[] = {
     {"FlatDots", 0x100003u},
     {"GouraudDots", 0x100007u},
@@ -227,8 +227,7 @@ TEST_P(ClipperDirectTest, HandsTheMeshPolygonOnUncut)
     EXPECT_EQ(Text(g_Calls[0].Corner[0]), Text(kStale));
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, ClipperDirectTest, ::testing::ValuesIn(kDirectCases),
-                         [](const auto& info) { return std::string(info.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Modes, ClipperDirectTest, ::testing::ValuesIn(kDirectCases), test::CaseName{});
 
 // A shared outcode bit rejects before anything else, dots and wire included.
 TEST_F(ClipperTest, CornersSharingABitDrawNothingInAnyMode)
@@ -289,7 +288,6 @@ struct DepthCase {
     VertexSetup Records[3];
     std::vector<Tri> Expected;       // fan triangles, corners 0, 1, 2
 };
-void PrintTo(const DepthCase& c, std::ostream* os) { *os << c.Name; }
 
 // Walk order (0,1), (1,2), (2,0). Near: t = (1 - from.z) / (to.z - from.z),
 // the point projected as (4 x + 16, -4 y + 16), 1/z 1. Far: (0.5 x + 16,
@@ -378,8 +376,7 @@ TEST_P(ClipperDepthTest, CutsAndFans)
     EXPECT_EQ(memcmp(&polygon, &before, sizeof before), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Planes, ClipperDepthTest, ::testing::ValuesIn(kDepthCases),
-                         [](const auto& info) { return std::string(info.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Planes, ClipperDepthTest, ::testing::ValuesIn(kDepthCases), test::CaseName{});
 
 // A cut point's view position: z is the plane exactly, x and y interpolated.
 TEST_F(ClipperTest, NearCutWritesThePlaneDepth)
@@ -406,7 +403,6 @@ struct ScissorCase {
     uint32_t Outcode[3];      // as the projection leaves them
     std::vector<Tri> Expected;
 };
-void PrintTo(const ScissorCase& c, std::ostream* os) { *os << c.Name; }
 
 // Passes run left, right, top, bottom, each only if some corner carried its
 // bit. x-plane cuts: t = (bound - from.x) / (to.x - from.x), y and 1/z
@@ -493,8 +489,7 @@ TEST_P(ClipperScissorTest, CutsAndFans)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Edges, ClipperScissorTest, ::testing::ValuesIn(kScissorCases),
-                         [](const auto& info) { return std::string(info.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Edges, ClipperScissorTest, ::testing::ValuesIn(kScissorCases), test::CaseName{});
 
 // ---------------------------------------------------------------- texture scaling
 
@@ -516,7 +511,6 @@ struct ScaleCase {
     float ScaleU, ScaleV;         // TexScaleU, TexScaleV after the call (0: not set up)
     int32_t Wrap;
 };
-void PrintTo(const ScaleCase& c, std::ostream* os) { *os << c.Name; }
 
 // Corner 1/z: 0.5, 0.25, 0.125. Front material: slot 0 65 x 33, clamped
 // (scale 64, 32); slot 1 65 x 33 with bit 30 (wrap); slot 2 17 x 9 (16, 8).
@@ -583,8 +577,7 @@ TEST_P(ClipperScaleTest, ScalesIntoTheWorkingCopy)
     EXPECT_EQ(g_Clip.TexWrap, c.Wrap);
 }
 
-INSTANTIATE_TEST_SUITE_P(Stages, ClipperScaleTest, ::testing::ValuesIn(kScaleCases),
-                         [](const auto& info) { return std::string(info.param.Name); });
+INSTANTIATE_TEST_SUITE_P(Stages, ClipperScaleTest, ::testing::ValuesIn(kScaleCases), test::CaseName{});
 
 // The planar formula on its own: clamp edges and the order of the product.
 TEST(ClipperScaleFormula, PlanarClampAtTheEdges)
@@ -692,7 +685,6 @@ struct DepthTextureCase {
     CornerCoords In[3];                 // A, B, C
     std::vector<std::string> Expected;  // DescribeMaps lines
 };
-void PrintTo(const DepthTextureCase& c, std::ostream* os) { *os << c.Name; }
 const DepthTextureCase kDepthTextureCases[] = {
     // (u, v): A (1, 0), B (0, 1), C (0.5, 0.5). P (0.5, 0.5) -> (4, 2);
     // B -> (0, 4 x 0.5) = (0, 2); C -> (2, 1); Q (0.75, 0.25) -> (6, 1).
@@ -738,7 +730,7 @@ TEST_P(ClipperDepthTextureTest, CutsUnscaledThenScalesByTheCornerDepth)
 }
 
 INSTANTIATE_TEST_SUITE_P(Stages, ClipperDepthTextureTest, ::testing::ValuesIn(kDepthTextureCases),
-                         [](const auto& info) { return std::string(info.param.Name); });
+                         test::CaseName{});
 
 // Near cut, then the right scissor edge at 26: the coordinates are scaled
 // once, before the screen pass, with each record's own 1/z, and the pass cuts

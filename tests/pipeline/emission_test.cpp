@@ -144,19 +144,10 @@ struct Rig {
 
 // ---------------------------------------------------------------- set-up
 
-TEST(PrepareMeshTransform, CopiesTheFrameAndPicksTheTransform)
+TEST(PrepareMeshTransform, PicksTheTransformByTheCutBit)
 {
     Rig rig(3, 1, SPAN3D_CULL_FRONT_ONLY);
-    rig.mesh->Pivot = {1.0f, 2.0f, 3.0f};
-    rig.Prepare();
-    EXPECT_EQ(g_Transform.XformMatrix, &rig.mesh->ViewMatrix);
-    EXPECT_EQ(g_Transform.XformPivot, &rig.mesh->Pivot);
-    EXPECT_EQ(g_Transform.XformFocale, 128.0f);
-    EXPECT_EQ(g_Transform.XformYScale, -1.0f);
-    EXPECT_EQ(g_Transform.XformCentreX, 160.0f);
-    EXPECT_EQ(g_Transform.XformCentreY, 120.0f);
-    EXPECT_EQ(g_Transform.XformNear, 1.0f);
-    EXPECT_EQ(g_Transform.XformFar, 1000.0f);
+    rig.Prepare();  // the copied frame values show in the vertex table below
     EXPECT_EQ(g_Transform.TransformVertexFunction, &TransformVertexFast);
     rig.mesh->RenderFlags |= SPAN3D_MESH_BOUNDS_CUT;
     rig.Prepare();
@@ -858,19 +849,14 @@ TEST(EmissionLit, ShadeModeSelectsTheShader)
     }
 }
 
-TEST(Emission, EmitNothingTouchesNothing)
-{
-    Rig rig(3, 1, SPAN3D_CULL_FRONT_ONLY);
-    g_Frame.PolygonCursor = rig.mesh->Polygons;
-    g_Frame.MainCursor = &rig.items[3];
-    EXPECT_EQ(EmitNothing(rig.mesh), 0);
-    EXPECT_EQ(g_Frame.PolygonCursor, rig.mesh->Polygons);
-    EXPECT_EQ(g_Frame.MainCursor, &rig.items[3]);
-}
-
-TEST(Emission, NoPolygonsEmitsNothing)
+TEST(Emission, NothingToEmitEmitsNothing)
 {
     Rig rig(3, 1, SPAN3D_CULL_BOTH);
+    g_Frame.PolygonCursor = rig.mesh->Polygons;
+    g_Frame.MainCursor = &rig.items[3];
+    EXPECT_EQ(EmitNothing(rig.mesh), 0);  // touches no cursor
+    EXPECT_EQ(g_Frame.PolygonCursor, rig.mesh->Polygons);
+    EXPECT_EQ(g_Frame.MainCursor, &rig.items[3]);
     rig.mesh->PolygonCount = 0;
     EXPECT_EQ(rig.EmitZ(&EmitZLit), 0);
     EXPECT_EQ(rig.EmitSorted(&EmitSortedUnlit), 0);

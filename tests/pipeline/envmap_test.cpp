@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "pipeline/pipeline.h"
+#include "pipeline_test_support.h"
 
 namespace span3d {
 namespace {
@@ -75,10 +76,7 @@ TEST_P(EnvironmentCoords, RowsOfTheViewMatrix)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, EnvironmentCoords, testing::ValuesIn(kEnvCases),
-                         [](const testing::TestParamInfo<EnvCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, EnvironmentCoords, testing::ValuesIn(kEnvCases), test::CaseName{});
 
 // Corner k reads VertexNormals[NormalIndex[k]]; indices may repeat. Under the
 // quarter turn (x,y,z) -> u = -y, v = x:

@@ -42,10 +42,8 @@ struct Triangle {
 
 class FrameDriverTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        if (g_ColourTables.BlendProduct == nullptr) BuildColourTables();
-    }
+    static void SetUpTestSuite() { BuildColourTables(); }
+    static void TearDownTestSuite() { ReleaseColourTables(); }
 
     void SetUp() override
     {

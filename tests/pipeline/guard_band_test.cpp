@@ -96,10 +96,8 @@ float CornerDepth(Random& r, int32_t kind, int32_t corner, float nearZ, float fa
 
 class GuardBandTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        if (g_ColourTables.BlendProduct == nullptr) BuildColourTables();
-    }
+    static void SetUpTestSuite() { BuildColourTables(); }
+    static void TearDownTestSuite() { ReleaseColourTables(); }
 
     // Sentinels everywhere outside the scissor; inside, a background and
     // "infinitely far" depth.

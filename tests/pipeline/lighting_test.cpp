@@ -14,11 +14,12 @@
 
 #include "kernel/kernel.h"
 #include "pipeline/pipeline.h"
+#include "pipeline_test_support.h"
 
 namespace span3d {
 namespace {
 
-uint32_t Bits(float value) { return __builtin_bit_cast(uint32_t, value); }
+using test::Bits;
 
 // ---------------------------------------------------------------- tables
 
@@ -205,10 +206,7 @@ TEST_P(LightEvaluator, AddsToTheSums)
     EXPECT_EQ(g_Lighting.LightSumBlue, c.blue);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, LightEvaluator, testing::ValuesIn(kEvaluatorCases),
-                         [](const testing::TestParamInfo<EvaluatorCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, LightEvaluator, testing::ValuesIn(kEvaluatorCases), test::CaseName{});
 
 // d exactly 0: the front rule (d not less than 0) adds I = 0, the back rule
 // (d less than 0) adds nothing. Sums of -0.0 tell the two apart: -0.0 + 0.0
@@ -382,10 +380,7 @@ TEST_P(PrepareLightsKinds, WritesOnlyWhatTheKindAsks)
     EXPECT_EQ(light->LocalDirection.z, d.z);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PrepareLightsKinds, testing::ValuesIn(kPrepareCases),
-                         [](const testing::TestParamInfo<PrepareCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, PrepareLightsKinds, testing::ValuesIn(kPrepareCases), test::CaseName{});
 
 // Direction normalised: position (0,0,0) to target (0,3,4), identity world:
 // (0,3,4) x 1/5 = (0, 0.6f, 0.8f).
@@ -491,10 +486,7 @@ TEST_P(ShadeFlatCases, WritesPixel15IntoCornerZeroOnly)
     EXPECT_EQ(p.CornerColour[2], kUntouched);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ShadeFlatCases, testing::ValuesIn(kFlatCases),
-                         [](const testing::TestParamInfo<FlatCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, ShadeFlatCases, testing::ValuesIn(kFlatCases), test::CaseName{});
 
 // The face sample is corner 0 with the polygon's Normal, not a vertex normal:
 // vertex normals pointing away from the light change nothing. Omni light at
@@ -604,10 +596,7 @@ TEST_P(ShadeGouraudCases, Writes8BitChannelsPerCorner)
     for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(p.CornerColour[k], c.expected) << "corner " << k;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ShadeGouraudCases, testing::ValuesIn(kGouraudCases),
-                         [](const testing::TestParamInfo<GouraudCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, ShadeGouraudCases, testing::ValuesIn(kGouraudCases), test::CaseName{});
 
 // ---------------------------------------------------------------- ShadeNoLights
 
@@ -665,10 +654,7 @@ TEST_P(ShadeNoLightsCases, OnePixel15InEveryCorner)
     for (int32_t k = 0; k < 3; ++k) EXPECT_EQ(p.CornerColour[k], c.expected) << "corner " << k;
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, ShadeNoLightsCases, testing::ValuesIn(kNoLightCases),
-                         [](const testing::TestParamInfo<NoLightCase>& info) {
-                             return std::string(info.param.name);
-                         });
+INSTANTIATE_TEST_SUITE_P(Cases, ShadeNoLightsCases, testing::ValuesIn(kNoLightCases), test::CaseName{});
 
 // ---------------------------------------------------------------- stale local vectors
 

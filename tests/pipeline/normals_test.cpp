@@ -9,15 +9,11 @@
 #include <vector>
 
 #include "span3d.h"
+#include "pipeline_test_support.h"
 
 namespace {
 
-uint32_t Bits(float value)
-{
-    uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
+using span3d::test::Bits;
 
 // A mesh laid out by hand: the record and its vertex and polygon arrays from
 // AllocateMemory, as a fixed mesh would hold them. Only what the normal code

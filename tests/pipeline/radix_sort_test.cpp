@@ -11,24 +11,14 @@
 #include <vector>
 
 #include "pipeline/pipeline.h"
+#include "pipeline_test_support.h"
 
 namespace {
 
 using span3d::g_RadixSort;
 
-uint32_t Bits(float value)
-{
-    uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
-float FromBits(uint32_t bits)
-{
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-}
+using span3d::test::Bits;
+using span3d::test::FromBits;
 
 std::vector<uint32_t> Identity(size_t count)
 {
@@ -195,23 +185,6 @@ TEST_F(RadixSort, EarlyExit)
     }
 }
 
-TEST_F(RadixSort, SecondCallOnSortedOrderReturnsAfterSweep)
-{
-    std::mt19937 rng(7);
-    std::vector<float> keys(500);
-    for (float& k : keys) k = std::uniform_real_distribution<float>(-50.0f, 50.0f)(rng);
-    std::vector<uint32_t> indices(keys.size());
-    ResetRadixSort(static_cast<uint32_t>(keys.size()), indices.data());
-
-    RadixFloatSorter(static_cast<uint32_t>(keys.size()), keys.data(), indices.data());
-    EXPECT_EQ(g_RadixSort.SortedEarly, 0u);
-    const std::vector<uint32_t> sorted = indices;
-
-    RadixFloatSorter(static_cast<uint32_t>(keys.size()), keys.data(), indices.data());
-    EXPECT_EQ(g_RadixSort.SortedEarly, 1u);
-    EXPECT_EQ(indices, sorted);
-}
-
 // ---------------------------------------------------------------- scratch
 
 TEST_F(RadixSort, ScratchOnlyGrowsAndInitFreesIt)
@@ -356,20 +329,6 @@ TEST_F(RadixSort, FloatsMatchStableSort)
     ReferenceFloatOrder(keys, expected);
     EXPECT_EQ(indices, expected);
     EXPECT_EQ(g_RadixSort.PassCount, 4u);
-}
-
-TEST_F(RadixSort, DrawItemsMatchStableSort)
-{
-    std::mt19937 rng(99);
-    const std::vector<float> keys = RandomFloats(rng, 3000);
-    std::vector<DrawItem> items(keys.size());
-    for (size_t i = 0; i < items.size(); ++i) items[i].SortKey = keys[i];
-    std::vector<uint32_t> indices(keys.size());
-    span3d::SortDrawItems(static_cast<uint32_t>(items.size()), items.data(), indices.data());
-
-    std::vector<uint32_t> expected = Identity(keys.size());
-    ReferenceFloatOrder(keys, expected);
-    EXPECT_EQ(indices, expected);
 }
 
 struct LongRandomCase {

@@ -76,7 +76,7 @@ bool WritePng(const std::string& path, const Rgb& rgb)
 // Draws the showcase at the test's size in one mode and returns its pixels.
 std::vector<Pixel15> DrawShowcase(bool zbuffer)
 {
-    if (g_ColourTables.BlendProduct == nullptr) BuildColourTables();
+    InitEngine3D();  // as a host does: tables and sort up for the frame, down after it
     std::vector<Pixel15> pixels((size_t)kWidth * kHeight, 0);
     span3d_demo::ShowcaseScene s;
     const bool built = span3d_demo::BuildShowcaseScene(&s, pixels.data(), kWidth, kHeight, kWidth) &&
@@ -87,6 +87,7 @@ std::vector<Pixel15> DrawShowcase(bool zbuffer)
         span3d_demo::RenderShowcaseFrame(&s);
     }
     span3d_demo::DestroyShowcaseScene(&s);
+    ReleaseEngine3D();
     return pixels;
 }
 

@@ -12,12 +12,11 @@ using namespace span3d::testing;
 // 8 m n + 8 vertices and 16 m n + 12 slots, m = n + 1.
 TEST(ChamferedCube, Counts)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
     struct Case { int32_t steps, vertices, polygons; };
     const Case cases[] = {{1, 24, 44}, {2, 56, 108}, {3, 104, 204}, {4, 168, 332}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.steps);
-        MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, c.steps, nullptr));
+        MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &g_Unit, c.steps, nullptr));
         ASSERT_NE(mesh, nullptr);
         EXPECT_EQ(mesh->VertexCount, c.vertices);
         EXPECT_EQ(mesh->PolygonCount, c.polygons);
@@ -33,8 +32,7 @@ TEST(ChamferedCube, Counts)
 //   arc 2: 8 (2, -1), 9 (1, -2)    arc 3: 10 (-1, -2), 11 (-2, -1)
 TEST(ChamferedCube, OneStepVertices)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, 1, nullptr));
+    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &g_Unit, 1, nullptr));
     ASSERT_NE(mesh, nullptr);
     const float xy[12][2] = {{-1, 1}, {1, 1},  {1, -1}, {-1, -1}, {-2, 1},  {-1, 2},
                              {1, 2},  {2, 1},  {2, -1}, {1, -2},  {-1, -2}, {-2, -1}};
@@ -58,8 +56,7 @@ TEST(ChamferedCube, OneStepVertices)
 // 0x700c47 / 0x700647 for a quad.
 TEST(ChamferedCube, OneStepPolygons)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, 1, nullptr));
+    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &g_Unit, 1, nullptr));
     ASSERT_NE(mesh, nullptr);
     const uint32_t tf = 0x7f00c47u, ts = 0x7f00647u;  // textured quad halves
     const uint32_t tri = 0x700e47u, qf = 0x700c47u, qs = 0x700647u;
@@ -82,26 +79,18 @@ TEST(ChamferedCube, OneStepPolygons)
         {10, {10, 21, 9}, tf, {{0, 0}, {1, 1}, {1, 0}}},
         {11, {10, 22, 21}, ts, {{0, 0}, {0, 1}, {1, 1}}},
         // Front corner fans (q, A(1, q, 0), A(1, q, 1)).
-        {12, {5, 4, 0}, tri, {z, z, z}},
-        {15, {11, 10, 3}, tri, {z, z, z}},
+        {12, {5, 4, 0}, tri, {z, z, z}}, {15, {11, 10, 3}, tri, {z, z, z}},
         // Front edge quads (q, A(1, q, 1), A(1, q + 1, 0), q + 1).
-        {16, {1, 5, 0}, qf, {z, z, z}},
-        {17, {1, 6, 5}, qs, {z, z, z}},
-        {22, {0, 11, 3}, qf, {z, z, z}},
+        {16, {1, 5, 0}, qf, {z, z, z}}, {17, {1, 6, 5}, qs, {z, z, z}}, {22, {0, 11, 3}, qf, {z, z, z}},
         {23, {0, 4, 11}, qs, {z, z, z}},
         // Back corner fans (A(1, q, 1) + H, A(1, q, 0) + H, H + q).
-        {24, {12, 16, 17}, tri, {z, z, z}},
-        {27, {15, 22, 23}, tri, {z, z, z}},
+        {24, {12, 16, 17}, tri, {z, z, z}}, {27, {15, 22, 23}, tri, {z, z, z}},
         // Back edge quads (H + q + 1, A(1, q + 1, 0) + H, A(1, q, 1) + H,
         // H + q), the last closing on H: (12, 16, 23, 15).
-        {28, {12, 18, 13}, qf, {z, z, z}},
-        {29, {12, 17, 18}, qs, {z, z, z}},
-        {34, {15, 16, 12}, qf, {z, z, z}},
+        {28, {12, 18, 13}, qf, {z, z, z}}, {29, {12, 17, 18}, qs, {z, z, z}}, {34, {15, 16, 12}, qf, {z, z, z}},
         {35, {15, 23, 16}, qs, {z, z, z}},
         // Side bands (c, c + H, c + H + 1, c + 1), c = 4 + 2q.
-        {36, {5, 16, 4}, qf, {z, z, z}},
-        {37, {5, 17, 16}, qs, {z, z, z}},
-        {42, {11, 22, 10}, qf, {z, z, z}},
+        {36, {5, 16, 4}, qf, {z, z, z}}, {37, {5, 17, 16}, qs, {z, z, z}}, {42, {11, 22, 10}, qf, {z, z, z}},
         {43, {11, 23, 22}, qs, {z, z, z}},
     });
     for (int32_t i = 0; i < mesh->PolygonCount; ++i) EXPECT_EQ(GroupOf(mesh.get(), i), 0u) << i;
@@ -113,8 +102,7 @@ TEST(ChamferedCube, OneStepPolygons)
 // shell lies on z = -1 and +1. A(i, q, p) = 4 + 12 (i - 1) + 3 q + p; H = 28.
 TEST(ChamferedCube, TwoStepShells)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, 2, nullptr));
+    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &g_Unit, 2, nullptr));
     ASSERT_NE(mesh, nullptr);
     const Vector3& a100 = Position(mesh.get(), 4);
     EXPECT_NEAR(a100.x, -1.7071068f, 1e-6);
@@ -150,25 +138,16 @@ TEST(ChamferedCube, TwoStepShells)
 //   first side band: c = L + 4 = 16, (16, 44, 45, 17).
 TEST(ChamferedCube, TwoStepBackShellReversesTheFront)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &scale, 2, nullptr));
+    MeshPtr mesh(ChCubeCreate(4.0f, 1.0f, &g_Unit, 2, nullptr));
     ASSERT_NE(mesh, nullptr);
     ASSERT_EQ(mesh->PolygonCount, 108);
     const uint32_t qf = 0x700c47u, qs = 0x700647u;
     const UV z = {0, 0};
     ExpectSlots(mesh.get(), {
-        {44, {7, 18, 6}, qf, {z, z, z}},
-        {45, {7, 19, 18}, qs, {z, z, z}},
-        {68, {32, 45, 33}, qf, {z, z, z}},
-        {69, {32, 44, 45}, qs, {z, z, z}},
-        {82, {42, 55, 43}, qf, {z, z, z}},
-        {83, {42, 54, 55}, qs, {z, z, z}},
-        {84, {34, 47, 35}, qf, {z, z, z}},
-        {85, {34, 46, 47}, qs, {z, z, z}},
-        {90, {43, 44, 32}, qf, {z, z, z}},
-        {91, {43, 55, 44}, qs, {z, z, z}},
-        {92, {17, 44, 16}, qf, {z, z, z}},
-        {93, {17, 45, 44}, qs, {z, z, z}},
+        {44, {7, 18, 6}, qf, {z, z, z}}, {45, {7, 19, 18}, qs, {z, z, z}}, {68, {32, 45, 33}, qf, {z, z, z}},
+        {69, {32, 44, 45}, qs, {z, z, z}}, {82, {42, 55, 43}, qf, {z, z, z}}, {83, {42, 54, 55}, qs, {z, z, z}},
+        {84, {34, 47, 35}, qf, {z, z, z}}, {85, {34, 46, 47}, qs, {z, z, z}}, {90, {43, 44, 32}, qf, {z, z, z}},
+        {91, {43, 55, 44}, qs, {z, z, z}}, {92, {17, 44, 16}, qf, {z, z, z}}, {93, {17, 45, 44}, qs, {z, z, z}},
     });
 }
 
@@ -177,10 +156,9 @@ TEST(ChamferedCube, TwoStepBackShellReversesTheFront)
 // quarter cylinders and eighth spheres that round the edges and corners.
 TEST(ChamferedCube, EveryVertexIsAChamferFromTheInnerBox)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
     for (int32_t steps = 1; steps <= 5; ++steps) {
         SCOPED_TRACE(steps);
-        MeshPtr mesh(ChCubeCreate(10.0f, 2.5f, &scale, steps, nullptr));
+        MeshPtr mesh(ChCubeCreate(10.0f, 2.5f, &g_Unit, steps, nullptr));
         ASSERT_NE(mesh, nullptr);
         const double e = 2.5;
         for (int32_t k = 0; k < mesh->VertexCount; ++k) {

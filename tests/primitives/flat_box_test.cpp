@@ -31,9 +31,7 @@ TEST(Billboard, SquareInTheXYPlane)
 {
     Vector3 scale = Scale(1.0f, 2.0f, 3.0f);
     MeshPtr mesh(BillboardCreate(2.0f, &scale, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 4);
-    ASSERT_EQ(mesh->PolygonCount, 2);
+    ASSERT_TRUE(Made(mesh.get(), 4, 2));
     ExpectVertices(mesh.get(), {{0, -1, 2, 0}, {1, 1, 2, 0}, {2, 1, -2, 0}, {3, -1, -2, 0}});
     // Quad (0, 1, 2, 3) with (0, 0), (1, 0), (1, 1), (0, 1).
     ExpectSlots(mesh.get(), {
@@ -54,9 +52,7 @@ TEST(Cube, CornersFacesGroupsAndNormals)
 {
     Vector3 scale = Scale(1.0f, 2.0f, 3.0f);
     MeshPtr mesh(CubeCreate(2.0f, &scale, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 8);
-    ASSERT_EQ(mesh->PolygonCount, 12);
+    ASSERT_TRUE(Made(mesh.get(), 8, 12));
     ExpectVertices(mesh.get(), {{0, -1, 2, -3}, {1, 1, 2, -3}, {2, 1, -2, -3}, {3, -1, -2, -3},
                                 {4, -1, 2, 3},  {5, 1, 2, 3},  {6, 1, -2, 3},  {7, -1, -2, 3}});
     struct Face {
@@ -99,9 +95,7 @@ TEST(Grid, VerticesRowByRowFromTheTopLeft)
 {
     Vector3 scale = Scale(2.0f, 1.0f, -1.0f);
     MeshPtr mesh(GridCreate(6.0f, &scale, 2, 3, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 12);
-    ASSERT_EQ(mesh->PolygonCount, 12);
+    ASSERT_TRUE(Made(mesh.get(), 12, 12));
     const float xs[4] = {-6, -2, 2, 6};
     const float ys[3] = {3, 0, -3};
     for (int32_t r = 0; r < 3; ++r) {
@@ -124,8 +118,7 @@ TEST(Grid, VerticesRowByRowFromTheTopLeft)
 // 2/3 + 1/3 = 1.0000000298 rounds to exactly 1.
 TEST(Grid, CellCornersEdgeBitsAndCoordinates)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(GridCreate(6.0f, &scale, 2, 3, nullptr));
+    MeshPtr mesh(GridCreate(6.0f, &g_Unit, 2, 3, nullptr));
     ASSERT_NE(mesh, nullptr);
     const float third = 1.0f / 3.0f;
     const float twoThirds = third + third;
@@ -143,26 +136,12 @@ TEST(Grid, CellCornersEdgeBitsAndCoordinates)
     });
 }
 
-// One cell: the first triangle shows top and left, the second right and
-// bottom, so the wire cage is the square without its diagonal.
-TEST(Grid, OneByOneShowsItsOutline)
-{
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(GridCreate(1.0f, &scale, 1, 1, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    EXPECT_EQ(mesh->VertexCount, 4);
-    EXPECT_EQ(mesh->PolygonCount, 2);
-    EXPECT_EQ(EdgeBits(mesh.get(), 0), 0xc00u);
-    EXPECT_EQ(EdgeBits(mesh.get(), 1), 0x600u);
-}
-
 // Over a whole grid the visible edges are exactly the cell sides, each once:
 // (rows + 1) * columns horizontal and (columns + 1) * rows vertical ones.
 TEST(Grid, WireShowsEveryCellSideOnce)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
     const int32_t rows = 3, columns = 4;
-    MeshPtr mesh(GridCreate(1.0f, &scale, rows, columns, nullptr));
+    MeshPtr mesh(GridCreate(1.0f, &g_Unit, rows, columns, nullptr));
     ASSERT_NE(mesh, nullptr);
     std::map<std::pair<uint32_t, uint32_t>, int> shown;
     for (int32_t i = 0; i < mesh->PolygonCount; ++i) {
@@ -193,13 +172,9 @@ TEST(Disk, FourSegmentsMakeASquare)
 {
     Vector3 scale = Scale(1.0f, 1.0f, -1.0f);
     MeshPtr mesh(DiskCreate(2.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 5);
-    ASSERT_EQ(mesh->PolygonCount, 4);
+    ASSERT_TRUE(Made(mesh.get(), 5, 4));
     ExpectVertices(mesh.get(), {{0, 0, 0, 0},
-                                {1, 2, 0, 0},
-                                {2, 2.4335929e-8f, 2, 0},
-                                {3, -2, 4.8671858e-8f, 0},
+                                {1, 2, 0, 0}, {2, 2.4335929e-8f, 2, 0}, {3, -2, 4.8671858e-8f, 0},
                                 {4, -7.3007787e-8f, -2, 0}});
     EXPECT_FALSE(std::signbit(Position(mesh.get(), 0).z));
     for (int32_t k = 1; k <= 4; ++k) EXPECT_TRUE(std::signbit(Position(mesh.get(), k).z)) << k;
@@ -211,8 +186,7 @@ TEST(Disk, FourSegmentsMakeASquare)
 // u = 3/4 to vertex 1 and 1 to vertex 4, the mirror image.
 TEST(Disk, WedgesRimBitAndMirroredClosingWedge)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(DiskCreate(2.0f, &scale, 4, nullptr));
+    MeshPtr mesh(DiskCreate(2.0f, &g_Unit, 4, nullptr));
     ASSERT_NE(mesh, nullptr);
     ExpectSlots(mesh.get(), {
         {0, {1, 2, 0}, 0x7f00247u, {{0, 1}, {0.25f, 1}, {0, 0}}},
@@ -230,9 +204,7 @@ TEST(Ring, InnerAndOuterCirclesAndClosingQuad)
 {
     Vector3 scale = Scale(1.0f, 3.0f, 1.0f);
     MeshPtr mesh(RingCreate(2.0f, 1.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 8);
-    ASSERT_EQ(mesh->PolygonCount, 8);
+    ASSERT_TRUE(Made(mesh.get(), 8, 8));
     ExpectVertices(mesh.get(), {{0, 1, 0, 0}, {1, 1.2167964e-8f, 3, 0}, {4, 2, 0, 0}, {6, -2, 1.4601557e-7f, 0}});
     ExpectSlots(mesh.get(), {
         {0, {4, 1, 0}, kQuadFirst, {{0, 1}, {0.25f, 0}, {0, 0}}},

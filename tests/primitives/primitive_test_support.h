@@ -30,6 +30,18 @@ struct MeshDeleter {
 using MeshPtr = std::unique_ptr<Mesh, MeshDeleter>;
 
 inline Vector3 Scale(float x, float y, float z) { return Vector3{x, y, z}; }
+// The scale of calls whose shape does not depend on it.
+inline Vector3 g_Unit = {1.0f, 1.0f, 1.0f};
+
+// A made mesh with the stated counts, for ASSERT_TRUE.
+inline ::testing::AssertionResult Made(const Mesh* mesh, int32_t vertices, int32_t polygons)
+{
+    if (mesh == nullptr) return ::testing::AssertionFailure() << "no mesh";
+    if (mesh->VertexCount != vertices || mesh->PolygonCount != polygons)
+        return ::testing::AssertionFailure() << mesh->VertexCount << " vertices, " << mesh->PolygonCount
+                                             << " polygons; want " << vertices << ", " << polygons;
+    return ::testing::AssertionSuccess();
+}
 
 // The stored corners of a slot, as (corner 0, corner 1, corner 2).
 struct Corners {
@@ -151,12 +163,11 @@ inline void ExpectBoxSpansVertices(const Mesh* mesh)
     }
     const Vector3& boxLow = Position(box, 3);
     const Vector3& boxHigh = Position(box, 5);
-    EXPECT_EQ(boxLow.x, low.x);
-    EXPECT_EQ(boxLow.y, low.y);
-    EXPECT_EQ(boxLow.z, low.z);
-    EXPECT_EQ(boxHigh.x, high.x);
-    EXPECT_EQ(boxHigh.y, high.y);
-    EXPECT_EQ(boxHigh.z, high.z);
+    for (const auto& [got, want] : {std::pair{boxLow, low}, std::pair{boxHigh, high}}) {
+        EXPECT_EQ(got.x, want.x);
+        EXPECT_EQ(got.y, want.y);
+        EXPECT_EQ(got.z, want.z);
+    }
     EXPECT_EQ(box->RenderFlags, kBoundsMeshFlags);
 }
 

@@ -38,13 +38,9 @@ TEST(Sphere, FourByFourVertices)
 {
     Vector3 scale = Scale(2.0f, 3.0f, 4.0f);
     MeshPtr mesh(SphereCreate(1.0f, &scale, 4, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 14);
-    ASSERT_EQ(mesh->PolygonCount, 24);
+    ASSERT_TRUE(Made(mesh.get(), 14, 24));
     ExpectVertices(mesh.get(), {{0, 0, 3, 0},
-                                {1, 1.4142135f, 2.1213202f, 0},
-                                {5, 2, 0, 0},
-                                {6, 2.4335929e-8f, 0, 4},
+                                {1, 1.4142135f, 2.1213202f, 0}, {5, 2, 0, 0}, {6, 2.4335929e-8f, 0, 4},
                                 {9, 1.4142135f, -2.1213202f, 0},
                                 {13, 0, -3, 0}});
 }
@@ -56,8 +52,7 @@ TEST(Sphere, FourByFourVertices)
 // mirror of the top fan, as settled.
 TEST(Sphere, FourByFourPolygons)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(SphereCreate(1.0f, &scale, 4, 4, nullptr));
+    MeshPtr mesh(SphereCreate(1.0f, &g_Unit, 4, 4, nullptr));
     ASSERT_NE(mesh, nullptr);
     ExpectSlots(mesh.get(), {
         {0, {1, 2, 0}, kTriangle, {{0, 0.25f}, {0.25f, 0.25f}, {0, 0}}},
@@ -115,14 +110,10 @@ TEST(Sphere, VerticesFollowRunningAngles)
 // 1.847759, 0); ring 3: (1.847759, 0.7653669, 0).
 TEST(Hemisphere, ClosedHasABaseConeInGroupOne)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(HemisphereCreate(2.0f, &scale, 4, 4, nullptr, 0));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 14);
-    ASSERT_EQ(mesh->PolygonCount, 24);
+    MeshPtr mesh(HemisphereCreate(2.0f, &g_Unit, 4, 4, nullptr, 0));
+    ASSERT_TRUE(Made(mesh.get(), 14, 24));
     ExpectVertices(mesh.get(), {{0, 0, 2, 0},
-                                {1, 0.76536685f, 1.847759f, 0},
-                                {9, 1.847759f, 0.76536685f, 0},
+                                {1, 0.76536685f, 1.847759f, 0}, {9, 1.847759f, 0.76536685f, 0},
                                 {13, 0, 0, 0}});
     ExpectSlots(mesh.get(), {
         {0, {1, 2, 0}, kTriangle, {{0, 0.25f}, {0.25f, 0.25f}, {0, 0}}},
@@ -137,11 +128,8 @@ TEST(Hemisphere, ClosedHasABaseConeInGroupOne)
 // quad of the ring 2 band, (8, 5, 9, 12).
 TEST(Hemisphere, OpenStopsAtTheLowestRing)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(HemisphereCreate(2.0f, &scale, 4, 4, nullptr, 1));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 13);
-    ASSERT_EQ(mesh->PolygonCount, 20);
+    MeshPtr mesh(HemisphereCreate(2.0f, &g_Unit, 4, 4, nullptr, 1));
+    ASSERT_TRUE(Made(mesh.get(), 13, 20));
     ExpectSlots(mesh.get(), {
         {18, {12, 5, 8}, kQuadFirst, {{0.75f, 0.75f}, {1, 0.5f}, {0.75f, 0.5f}}},
         {19, {12, 9, 5}, kQuadSecond, {{0.75f, 0.75f}, {1, 0.75f}, {1, 0.5f}}},
@@ -158,11 +146,8 @@ TEST(Hemisphere, OpenStopsAtTheLowestRing)
 // 0x200, its stored edge from corner 0 to corner 1, which is the rim.
 TEST(Cylinder, BothRadiiThreeParts)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(CylinderCreate(1.0f, 2.0f, 6.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 10);
-    ASSERT_EQ(mesh->PolygonCount, 16);
+    MeshPtr mesh(CylinderCreate(1.0f, 2.0f, 6.0f, &g_Unit, 4, nullptr));
+    ASSERT_TRUE(Made(mesh.get(), 10, 16));
     ExpectVertices(mesh.get(), {{0, 0, 3, 0}, {1, 2, 3, 0}, {2, 2.4335929e-8f, 3, 2}, {5, 1, -3, 0}, {9, 0, -3, 0}});
     ExpectSlots(mesh.get(), {
         {0, {1, 2, 0}, kFan, {{0, 1}, {0.25f, 1}, {0, 0}}},
@@ -182,11 +167,8 @@ TEST(Cylinder, BothRadiiThreeParts)
 // 0x200 edge is a rim edge.
 TEST(Cylinder, ConeWithApexUp)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(CylinderCreate(2.0f, 0.0f, 4.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 6);
-    ASSERT_EQ(mesh->PolygonCount, 8);
+    MeshPtr mesh(CylinderCreate(2.0f, 0.0f, 4.0f, &g_Unit, 4, nullptr));
+    ASSERT_TRUE(Made(mesh.get(), 6, 8));
     ExpectVertices(mesh.get(), {{0, 0, 2, 0}, {1, 2, -2, 0}, {3, -2, -2, 4.8671858e-8f}, {5, 0, -2, 0}});
     ExpectSlots(mesh.get(), {
         {0, {1, 2, 0}, kFan, {{0.25f, 1}, {0, 1}, {0, 0}}},
@@ -203,11 +185,8 @@ TEST(Cylinder, ConeWithApexUp)
 // (1, 4, 5), whose 0x200 edge is the rim 1-4. Pinned as built.
 TEST(Cylinder, ConeWithApexDown)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(CylinderCreate(0.0f, 2.0f, 4.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 6);
-    ASSERT_EQ(mesh->PolygonCount, 8);
+    MeshPtr mesh(CylinderCreate(0.0f, 2.0f, 4.0f, &g_Unit, 4, nullptr));
+    ASSERT_TRUE(Made(mesh.get(), 6, 8));
     ExpectVertices(mesh.get(), {{0, 0, 2, 0}, {1, 2, 2, 0}, {5, 0, -2, 0}});
     ExpectSlots(mesh.get(), {
         {0, {0, 1, 2}, kFan, {{0, 0}, {0, 1}, {0.25f, 1}}},
@@ -222,8 +201,7 @@ TEST(Cylinder, ConeWithApexDown)
 // lies below.
 TEST(Cylinder, NegativeHeightTurnsItOver)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(CylinderCreate(1.0f, 2.0f, -6.0f, &scale, 4, nullptr));
+    MeshPtr mesh(CylinderCreate(1.0f, 2.0f, -6.0f, &g_Unit, 4, nullptr));
     ASSERT_NE(mesh, nullptr);
     EXPECT_EQ(Position(mesh.get(), 0).y, -3.0f);
     EXPECT_EQ(Position(mesh.get(), 9).y, 3.0f);
@@ -237,11 +215,8 @@ TEST(Cylinder, NegativeHeightTurnsItOver)
 // u + du.
 TEST(Tube, FourRingsFourBands)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(TubeCreate(1.0f, 2.0f, 2.0f, &scale, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 16);
-    ASSERT_EQ(mesh->PolygonCount, 32);
+    MeshPtr mesh(TubeCreate(1.0f, 2.0f, 2.0f, &g_Unit, 4, nullptr));
+    ASSERT_TRUE(Made(mesh.get(), 16, 32));
     ExpectVertices(mesh.get(), {{0, 2, 1, 0}, {4, 1, 1, 0}, {8, 2, -1, 0}, {12, 1, -1, 0}, {13, 1.2167964e-8f, -1, 1}});
     ExpectSlots(mesh.get(), {
         // Band 1, top annulus (j, j + 1, 4 + j + 1, 4 + j), v 1 then 0.
@@ -264,8 +239,7 @@ TEST(Tube, FourRingsFourBands)
 // built all the same.
 TEST(Tube, InnerRadiusZeroCollapsesTheInnerRings)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(TubeCreate(0.0f, 2.0f, 2.0f, &scale, 4, nullptr));
+    MeshPtr mesh(TubeCreate(0.0f, 2.0f, 2.0f, &g_Unit, 4, nullptr));
     ASSERT_NE(mesh, nullptr);
     for (int32_t j = 4; j < 8; ++j) {
         EXPECT_EQ(Position(mesh.get(), j).x, 0.0f) << j;
@@ -283,9 +257,7 @@ TEST(Torus, FourByFourVertices)
 {
     Vector3 scale = Scale(1.0f, 2.0f, 3.0f);
     MeshPtr mesh(TorusCreate(3.0f, 1.0f, &scale, 4, 4, nullptr));
-    ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->VertexCount, 16);
-    ASSERT_EQ(mesh->PolygonCount, 32);
+    ASSERT_TRUE(Made(mesh.get(), 16, 32));
     ExpectVertices(mesh.get(), {{0, 4, 0, 0}, {1, 3, 2, 0}, {2, 2, 4.8671858e-8f, 0}, {4, 4.8671858e-8f, 0, 12}});
 }
 
@@ -296,8 +268,7 @@ TEST(Torus, FourByFourVertices)
 // to u = 1 and v = 0 on vertices they share with the first ones.
 TEST(Torus, CellsWrapBothWays)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(TorusCreate(3.0f, 1.0f, &scale, 4, 4, nullptr));
+    MeshPtr mesh(TorusCreate(3.0f, 1.0f, &g_Unit, 4, 4, nullptr));
     ASSERT_NE(mesh, nullptr);
     const uint32_t first = 0x7f00a47u, second = 0x7f00647u;
     ExpectSlots(mesh.get(), {
@@ -321,8 +292,7 @@ TEST(Torus, CellsWrapBothWays)
 // corner carries it.
 TEST(Torus, RunningCoordinatesAreNotExact)
 {
-    Vector3 scale = Scale(1.0f, 1.0f, 1.0f);
-    MeshPtr mesh(TorusCreate(3.0f, 1.0f, &scale, 4, 10, nullptr));
+    MeshPtr mesh(TorusCreate(3.0f, 1.0f, &g_Unit, 4, 10, nullptr));
     ASSERT_NE(mesh, nullptr);
     const int32_t slot = 2 * (9 * 4 + 0);  // a = 9, b = 0: (p, pab, pa)
     EXPECT_EQ(Bits(CoordsOf(mesh.get(), slot, 0).u), 0x3f800001u);  // pa: u + du

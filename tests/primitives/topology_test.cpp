@@ -17,8 +17,6 @@ namespace {
 
 using namespace span3d::testing;
 
-Vector3 g_Unit = {1.0f, 1.0f, 1.0f};
-
 struct ClosedCase {
     std::string name;
     std::function<Mesh*()> make;

@@ -131,7 +131,6 @@ struct DepthTriangle : Triangle {
         Set({0, 0, z0}, {8, 0, z1}, {0, 8, z2});
     }
 };
-int32_t ExpectedDepth(int32_t x, int32_t y) { return (1 << 28) + x * (1 << 24) + y * (1 << 23); }
 bool InDepthTriangle(int32_t x, int32_t y) { return y < 8 && x < 8 - y; }
 
 TEST_F(FlatAlphaTest, OpaqueZWritesInterpolatedDepth)
@@ -228,8 +227,7 @@ TEST_F(FlatAlphaTest, AdditiveZHoldsDepthPastHiddenPixel)
         // Blend level 128 of white on black: (128 * 31) >> 8 = 15 per channel.
         {kAlphaBlend, 128, 0x7fff, 0x3def, "##.#####"},
         // Subtractive white minus black, depth-tested: 0x77bf (see above).
-        {kAlphaSubtractive, 0, 0x7fff, 0x77bf, "##.#####"},
-        {kAlphaOpaque, 0, 0x1234, 0x1234, "##.#####"},
+        {kAlphaSubtractive, 0, 0x7fff, 0x77bf, "##.#####"}, {kAlphaOpaque, 0, 0x1234, 0x1234, "##.#####"},
     };
     for (const Mode& m : modes) {
         SCOPED_TRACE(m.AlphaMode);
@@ -249,20 +247,6 @@ TEST_F(FlatAlphaTest, AdditiveZHoldsDepthPastHiddenPixel)
             EXPECT_EQ(canvas.DepthAt(x, 0), written ? (1 << 28) + x * (1 << 24) : stored[x]) << x;
         }
     }
-}
-
-// AlphaLevel 0 leaves pixels and depth alone even where depth would pass.
-TEST_F(FlatAlphaTest, BlendLevelZeroTouchesNoBuffer)
-{
-    Canvas canvas(10, 10, 13, 0x0ca7, 7);
-    canvas.MakeCurrent();
-    DepthTriangle t;
-    t.SetColour(0x7fff);
-    t.SetAlpha(kAlphaBlend, 0);
-    t.Draw(&FlatSolidTriangleZ);
-    t.Draw(&FlatSolidTriangle);
-    EXPECT_EQ(canvas.Pixels, std::vector<uint16_t>(13 * 10, 0x0ca7));
-    EXPECT_EQ(canvas.Depth, std::vector<int32_t>(13 * 10, 7));
 }
 
 // 1/z = 3.0 scales to 3 * 2^30, beyond the 32-bit range: the conversion

@@ -72,18 +72,10 @@ TEST_P(FlatFillTest, CoversExactlyTheConventionPixels)
 {
     const FillCase& c = GetParam();
     const std::string expected = Rows(c.Rows, kPitch, kH);
-    struct Route {
-        const char* Name;
-        TriangleRasterizer Function;
-        bool BackFacing;
-    };
     const Route routes[] = {
-        {"direct back", &FlatSolidTriangle, true},
-        {"direct front", &FlatSolidTriangle, false},
-        {"direct Z", &FlatSolidTriangleZ, true},
-        {"table flat", RasterizerTable[3][14], false},
-        {"table none", RasterizerTable[1][14], true},
-        {"table flat Z", RasterizerTable[3][15], false},
+        {"direct back", &FlatSolidTriangle, true}, {"direct front", &FlatSolidTriangle, false},
+        {"direct Z", &FlatSolidTriangleZ, true}, {"table flat", RasterizerTable[3][14], false},
+        {"table none", RasterizerTable[1][14], true}, {"table flat Z", RasterizerTable[3][15], false},
         {"table none Z", RasterizerTable[1][15], true},
     };
     for (const Route& route : routes) {
@@ -98,13 +90,14 @@ TEST_P(FlatFillTest, CoversExactlyTheConventionPixels)
     }
 }
 
-// The same slots taken anticlockwise draw nothing in any alpha mode: left and
-// right swap and every span has negative width.
+// The same slots taken anticlockwise draw nothing in any alpha mode, flat or
+// Gouraud: left and right swap and every span has negative width.
 TEST_P(FlatFillTest, AnticlockwiseDrawsNothing)
 {
     const FillCase& c = GetParam();
     for (uint16_t mode = 0; mode < 4; ++mode) {
-        for (TriangleRasterizer f : {&FlatSolidTriangle, &FlatSolidTriangleZ}) {
+        for (TriangleRasterizer f :
+             {&FlatSolidTriangle, &FlatSolidTriangleZ, &GouraudSolidTriangle, &GouraudSolidTriangleZ}) {
             for (bool backFacing : {true, false}) {
                 Canvas canvas(kW, kH, kPitch, kPaper);
                 canvas.MakeCurrent();
@@ -157,17 +150,20 @@ TEST_F(FlatTest, MaterialFollowsBit7)
 
 // Two triangles of a quad share the diagonal (0,0)-(6,6), which runs through
 // five pixel centres. Emitted with opposite corner orders, additive blue 1 on
-// black: every pixel of the 6x6 block is 1, none 2.
+// black (Gouraud: blue 8 at the corners, 5-bit 1): every pixel of the 6x6
+// block is 1, none 2.
 TEST_F(FlatTest, SharedEdgeIsDrawnOnce)
 {
-    for (TriangleRasterizer f : {&FlatSolidTriangle, &FlatSolidTriangleZ}) {
+    for (TriangleRasterizer f :
+         {&FlatSolidTriangle, &FlatSolidTriangleZ, &GouraudSolidTriangle, &GouraudSolidTriangleZ}) {
         Canvas canvas(kW, kH, kPitch, 0);
         canvas.MakeCurrent();
         Triangle upper, lower;
         upper.Set({0, 0, .5f}, {6, 0, .5f}, {6, 6, .5f}, true);
         lower.Set({0, 0, .5f}, {6, 6, .5f}, {0, 6, .5f}, false);
+        const bool gouraud = f == &GouraudSolidTriangle || f == &GouraudSolidTriangleZ;
         for (Triangle* t : {&upper, &lower}) {
-            t->SetColour(0x0001);
+            t->SetColour(gouraud ? 0x0008 : 0x0001);
             t->SetAlpha(kAlphaAdditive);
             t->Draw(f);
         }

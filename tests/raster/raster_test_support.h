@@ -107,4 +107,17 @@ struct Triangle {
     void Draw(TriangleRasterizer rasterizer) { rasterizer(&Polygon, Vertices); }
 };
 
+// One way of reaching a triangle function: directly or through the dispatch
+// table, as a back face or a front face.
+struct Route {
+    const char* Name;
+    TriangleRasterizer Function;
+    bool BackFacing;
+};
+
+// Slots (0,0), (8,0), (0,8) with 1/z = 0.25 + x / 64 + y / 128 at the
+// corners (0.25, 0.375, 0.3125): d = -64, dZdX = 1/64, dZdY = 1/128, all
+// exact, so the depth word at (x, y) is 2^28 + x * 2^24 + y * 2^23.
+inline int32_t ExpectedDepth(int32_t x, int32_t y) { return (1 << 28) + x * (1 << 24) + y * (1 << 23); }
+
 }  // namespace span3d::test
